@@ -14,6 +14,9 @@ void nbpLogWarn(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void nbpLogError(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void nbpLogFatal(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+/** Lowest level that is shown: 2, or 0 while no message has come yet. */
+unsigned nbpLogLevel(void);
+
 #ifdef __cplusplus
 }
 #endif

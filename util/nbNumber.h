@@ -43,6 +43,14 @@ inline std::int32_t nbpNearest32(double value)
     return nbpTrunc32(value + 0.5);
 }
 
+// nbpNearest32 of a float from 0 up to 2^23, without a double: the fraction is exact, and
+// comparing it with 0.5 says what the sum would. Loops over it compile to vector code.
+inline std::int32_t nbpNearestInside(float value)
+{
+    const auto whole = static_cast<std::int32_t>(value);
+    return whole + static_cast<std::int32_t>(value - static_cast<float>(whole) >= 0.5F);
+}
+
 // The low 16 bits of an integer, as a signed count: 0xFFFE becomes -2.
 inline std::int16_t nbpWrap16(std::int64_t value)
 {

@@ -1,0 +1,22 @@
+#include "util/nbFile.h"
+
+#include <sys/stat.h>
+
+NbFilePtr nbpFileOpenRead(const char* path, bool buffered)
+{
+    if (path == nullptr) return nullptr;
+    NbFilePtr file(std::fopen(path, "rbe")); // e: not handed on to programs that are run
+    if (file == nullptr) return nullptr;
+    struct stat status = {};
+    // A directory opens for reading and fails only at the first read.
+    if (fstat(fileno(file.get()), &status) != 0 || S_ISDIR(status.st_mode)) return nullptr;
+    if (!buffered) std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    return file;
+}
+
+std::int64_t nbpFileSize(std::FILE* f)
+{
+    struct stat status = {};
+    if (f == nullptr || fstat(fileno(f), &status) != 0 || !S_ISREG(status.st_mode)) return -1;
+    return status.st_size;
+}
