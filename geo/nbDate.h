@@ -77,10 +77,16 @@ void nbDateGetNowInts(NbDateInts* date);
  */
 const char* nbDateMjdToStr(double mjd, const char* format);
 
-/** Day of the year, 1 for 1 January; the time of day plays no part. */
+/**
+ * Day of the year, 1 for 1 January, as a 16-bit value. The time of day plays no part, a month or
+ * day out of range is carried over. Gregorian before 1582 too, without gap.
+ */
 int nbDateIntsToDoy(const NbDateInts* date);
 
-/** Sets year, month and day from a year and its day number (from 1); other fields stay. */
+/**
+ * Sets year, month and day from a year and its day number (from 1); other fields stay. A number
+ * outside the year lies in a neighbouring one. Gregorian before 1582 too.
+ */
 void nbDateDoyToInts(short year, short doy, NbDateInts* date);
 
 #ifdef __cplusplus
