@@ -72,21 +72,31 @@ extern double nb_ProjLrit_lfac;
 extern int16_t nb_ProjLrit_Wgs84;
 
 /**
- * Earth to map, `n` points.
+ * Earth to map, `n` points. Everything that depends on the record alone is worked out once a call,
+ * and what depends on the latitude alone (back: on the line) once for equal neighbours: hand over
+ * whole lines.
  *
  * @param lon,lat  degrees, east and north positive; -9999.0 in either: no position
- * @param x,y      pixels, 0-based, y downward; both -9999.0 where the point has no image
+ * @param x,y      pixels, 0-based, y downward; both -9999.0 where the point has no image, and
+ *                 for coordinates that are not numbers
  * @return 0, also when single points had none; -1 for n below 1, an unknown projection or
  *         a parameter out of range
  */
 int nbProjLonLatToXY(const double* lon, const double* lat, float* x, float* y, int n,
                      NbProjPara* para);
 
-/** Map to earth, `n` points; arguments and results as above. */
+/**
+ * Map to earth, `n` points; arguments and results as above. The sphere's Mercator (back) and the
+ * LRIT disk and Mercator (both ways) take -9999.0 for a coordinate like any other.
+ */
 int nbProjXYToLonLat(const float* x, const float* y, double* lon, double* lat, int n,
                      NbProjPara* para);
 
-/* Library-private: the oblique conformal conic's steps. Radians, `stdLon` in degrees. */
+/*
+ * Library-private: the oblique conformal conic's steps. Radians, `stdLon` in degrees; -1 when it
+ * lies outside -360 to 360, and nothing is written then. The sphere's longitudes count from
+ * `stdLon`. theta is the angle at the oblique pole, rho the distance from it.
+ */
 int nbpProjEllipseToSphere(double* lon, double* lat, double stdLon);
 int nbpProjSphereToEllipse(double* lon, double* lat, double stdLon);
 int nbpProjLonLatToOblique(double lon, double lat, double* theta, double* rho, NbProjPara* para);
