@@ -77,14 +77,20 @@ void nbAstroJ2000ToTod(double mjd, const double* in, double* out);
 
 /* Orbital elements: positions in metres, velocities in m/s, eight doubles as NbAstroKepl */
 
-/** A retrograde orbit reads as the supplement of its inclination. */
+/**
+ * A retrograde orbit reads as the supplement of its inclination; an eccentricity above 1 logs a
+ * warning and leaves both mean and eccentric anomaly 0.
+ */
 void nbAstroCartToKepl(const double* pos, const double* vel, double* kepl);
-/** Reads sma, ecc, inc, ranode, argPer and ma. */
+/** Reads sma, ecc, inc, ranode, argPer and ma. Slow convergence logs a warning and goes on. */
 void nbAstroKeplToCart(const double* kepl, double* pos, double* vel);
 
 /* Earth */
 
-/** Longitude (-180 to 180), geodetic latitude, distance from the centre in the unit of `ef`. */
+/**
+ * Longitude (-180 to 180), geodetic latitude, distance from the centre in the unit of `ef`. The
+ * zero vector gives not-a-numbers.
+ */
 void nbAstroEfToLonLatDist(const double* ef, double* lonLatDist);
 void nbAstroEfToLonLat(const double* ef, double* lon, double* lat);
 /** The sub-satellite point of a satellite position: longitude, geodetic latitude. */
@@ -123,11 +129,14 @@ int nbAstroGetEfByZenithAzimuth(double lon1, double lat1, double zen1, double az
 
 /* Sky */
 
-/** Point on earth below a right ascension and declination (degrees) at a time. */
+/**
+ * Point on earth below a right ascension and declination (degrees) at a time. The longitude is
+ * at most 180; between -360 and 180 for a right ascension of 0 to 360.
+ */
 void nbAstroAlphaDeltaToLonLat(double alpha, double delta, double mjd, double* lon, double* lat);
-/** The reverse. */
+/** The reverse; the right ascension is below 360. */
 void nbAstroLonLatToLonLat(double lon, double lat, double mjd, double* alpha, double* delta);
-/** Position of the sun, km, from a low-order theory: about 0.01 degree over 1978 to 2030. */
+/** Position of the sun, km, from a low-order theory: within 0.01 degree over 1978 to 2030. */
 void nbAstroGetSunPosInEf(double mjd, double* ef);
 
 /* Sensor: scan angles in radians, east-west and north-south */
@@ -140,7 +149,10 @@ void nbAstroEfToSen(const double* m, const double* ef, double* sen);
 /** @return 0; -1 and -9999.0 twice for a point on the far side. `satPos` in km. */
 int nbAstroLonLatToLos(const double* m, const double* satPos, double lon, double lat, double* ew,
                        double* ns);
-/** @return 0; -1 and -9999.0 twice for a line of sight that misses the earth. */
+/**
+ * @return 0; -1 and -9999.0 twice for a line of sight that misses the earth. A line that leads
+ *         away from the earth counts as its extension backward.
+ */
 int nbAstroLosToLonLat(const double* m, const double* satPos, double ew, double ns, double* lon,
                        double* lat);
 
