@@ -3,7 +3,9 @@
 /**
  * Plain level conversions of arrays: physical values or counts to output levels.
  *
- * A value equal to `errorValue` becomes `errorLevel`. n values.
+ * A value equal to `errorValue` becomes `errorLevel`, and so does one that is not a number, except
+ * in the float stair form: there it keeps the level of the value before it. A table without
+ * entries gives `errorLevel` for all. n values.
  */
 #include <stdint.h>
 

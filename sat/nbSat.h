@@ -15,8 +15,9 @@ extern "C" {
  * @param object  record to fill; for a list an array with one record a name
  * @param path    a path, perhaps with "?type=word" behind it to choose the format without
  *                looking (words: vissr hrit hrpt ngac svissr gvar hirid meteo mraw aapp ngacv1
- *                native jami mtp hisd); or several, separated by blanks or tabs. A name that
- *                does not open takes no record; the opened ones get objectNum and objectIndex.
+ *                native jami mtp hisd); or several, separated by blanks or tabs: a path with at
+ *                least one blank is a list. A name that does not open takes no record; the opened
+ *                ones get objectNum and objectIndex.
  * @return 0 when (at least one) opened; -1 for a null or empty path; 1 for an unknown format or
  *         a list of which none opened; otherwise the driver's own code
  */
@@ -36,7 +37,7 @@ int nbSatCloseObject(NbSatObject* object);
  * @param names     `count` paths; sorted in place by time for a negative selector, so each
  *                  string must hold the longest name
  * @param selector  index into `names`, or -1 the last in time order, -2 the middle, -3 the first
- * @return number of files that open; 0 when the chosen one does not
+ * @return number of files that open; 0 when the chosen one does not, or for another selector
  */
 int nbSatMopenObject(NbSatObject* object, char** names, int count, int selector);
 
@@ -48,11 +49,14 @@ int nbSatMopenObject(NbSatObject* object, char** names, int count, int selector)
  */
 int nbSatFileSort(char** names, int count);
 
-/** Shift in pixels and lines, added to the navigation of each linked object; 0, or -1 closed. */
+/**
+ * Shift in pixels and lines, added to the navigation of each linked object. 0, or -1 when one of
+ * them is not open (logged; the others take it).
+ */
 int nbSatSetDiffPixLin(NbSatObject* object, float dPixel, float dLine);
 int nbSatSetShift(NbSatObject* object, float dPixel, float dLine);
 
-/** Widest run of error pixels or lines that a driver may fill; 0 none. 0, or -1 when closed. */
+/** Widest run of error pixels or lines that a driver may fill; 0 none. 0; -1 at a closed one. */
 int nbSatSetStopGap(NbSatObject* object, int gap);
 
 /** Attitude angles in radians: added (absolute 0) or set. 0, or -1 when closed. */
@@ -62,8 +66,11 @@ int nbSatResetAtt(NbSatObject* object, double mjd, double* attitude, int absolut
 int nbSatSetIntp(NbSatObject* object, int16_t method);
 
 /**
- * Directory that holds a data file of the library, with its closing "/".
+ * Directory that holds a data file of the library, with its closing "/": "../DATA/",
+ * "/NIMBL/DATA/", that of the file which the environment's NIMBL_MAP names when it is this one, or
+ * the one of the installation, whichever comes first.
  *
+ * @param search  asks for a walk over drives; there are none here, so it changes nothing
  * @return static buffer of 512 bytes, or null (logged) when no candidate holds the file
  */
 char* nbSatGetDataDir(const char* fileName, int search);

@@ -54,7 +54,12 @@ int nbSatGetCalTable(NbSatObject* object, const char* name, float* table, int* n
  */
 int nbSatGetChannel(NbSatObject* object, int style);
 
-/** Fills the object's table for interpolation with *n levels; result of nbSatGetCalTable. */
+/**
+ * Makes the object's table for interpolation anew.
+ *
+ * @param n  in: levels to fill, at least 1; out: number of levels
+ * @return that of nbSatGetCalTable; -1 also without memory. A negative result leaves no table.
+ */
 int nbSatGetIntpTbl(NbSatObject* object, const char* name, int* n);
 
 /** Writes what is open to the log, at info level. */
@@ -63,7 +68,8 @@ void nbSatPrintInfo(NbSatObject* object);
 /*
  * Band formulas. `band` is a row of the band tables, from 1 to 33. Radiance is per micrometre
  * (WaveLen, W m^-2 sr^-1 um^-1) or per wavenumber (WaveNum, mW m^-2 sr^-1 cm); temperature in
- * kelvin. An argument not above 0 and a band outside the tables give -9999.0.
+ * kelvin. An argument not above 0, a band outside the tables and a row without a sensor (see
+ * nbSatBandTable.h) give -9999.0.
  */
 
 /** The two wavelength Planck constants; -1 for a band outside 1 to 33. */

@@ -41,7 +41,8 @@ int nbSatGetResByLonLat(NbSatObject* object, const double* lon, const double* la
                         double* resY, int n);
 
 /**
- * Facts at the start of the observation; any pointer may be null.
+ * Facts at the start of the observation; any pointer may be null. What the driver cannot tell is
+ * -9999.0; an object that is not open leaves all four as they are.
  *
  * @param ssp       sub-satellite longitude and geodetic latitude, degrees (two values)
  * @param distance  earth centre to satellite, km

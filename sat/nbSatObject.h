@@ -172,16 +172,17 @@ typedef struct NbSatObject {
 typedef struct NbSatRawNav {
     /*
      * Positions as LonLatHgtToPixLinInfo gives them at height 0, but also where they lie outside
-     * this file. A hidden point gets -9999.0 twice. limb[i] is above 0 for a hidden point, grows
-     * smoothly with its distance behind the limb and is at most 0 for a visible one; NaN for an
-     * input that is no position.
+     * this file or behind the limb: there the direction of the place as if the earth were clear.
+     * limb[i] is above 0 for a hidden point, grows smoothly with its distance behind the limb
+     * (km^2: |P|^2 - P.S of the place P and the satellite S from the earth's centre) and is at
+     * most 0 for a visible one. An input that is no position gives not-a-numbers three times.
      */
     void (*position)(void* p, const double* lon, const double* lat, float* pixel, float* line,
                      float* limb, int n);
     /* Non-zero when the raw positions of both records are the same for every point. */
     int (*same)(const void* p, const void* q);
     /* Turns raw positions into what LonLatHgtToPixLinInfo gives: -9999.0 twice off this file. */
-    void (*limit)(void* p, float* pixel, float* line, int n);
+    void (*limit)(void* p, float* pixel, float* line, const float* limb, int n);
     /* Box of all positions on this file: lowest and highest pixel, lowest and highest line. */
     void (*bounds)(void* p, float box[4]);
 } NbSatRawNav;
