@@ -48,20 +48,6 @@ int nbSatGetI2ProjData(NbSatObject* object, NbProjPara* proj, int16_t* out, int 
 int nbSatGetR4ProjData(NbSatObject* object, NbProjPara* proj, float* out, int mode, int infoSel,
                        double* infoOut, uint8_t* ownerOut);
 
-/**
- * The same from a list of files, of which each is opened in turn with the element and level
- * conversion of `object`.
- *
- * @param names  `count` paths, sorted in place by time: each string must hold the longest
- * @param mode   NbOverlapMode, or 11 smallest and 12 largest sun zenith angle
- * @param info   xNum x yNum records of the winners, or null
- * @return 0 or a positive count; 0 when nothing opened; -1 on failure (logged)
- */
-int nbSatMgetI2ProjData(NbSatObject* object, char** names, int count, int mode, NbProjPara* proj,
-                        int16_t* out, NbPointInfo* info);
-int nbSatMgetR4ProjData(NbSatObject* object, char** names, int count, int mode, NbProjPara* proj,
-                        float* out, NbPointInfo* info);
-
 #ifdef __cplusplus
 }
 #endif

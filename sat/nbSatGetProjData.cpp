@@ -1,0 +1,487 @@
+#include "sat/nbSatGetProjData.h"
+
+#include "sat/nbSat.h"
+#include "sat/nbSatGetDataByPixLin.h"
+#include "sat/nbSatGetZoomData.h"
+#include "sat/nbSatLattice.h"
+#include "sat/nbSatOverlap.h"
+#include "util/nbGuard.h"
+#include "util/nbLogFormat.h"
+#include "util/nbNumber.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <span>
+#include <vector>
+
+namespace {
+
+constexpr int bandRows = 10; // rows that the exact walk takes at a time
+constexpr std::uint8_t noOwner = 255;
+constexpr int modeMost = 10;
+constexpr int infoSelMost = 10;
+
+// The operations of either sample type.
+template <class T>
+struct Sampler;
+template <>
+struct Sampler<std::int16_t> {
+    static constexpr auto sample = nbSatGetI2DataByPixLin;
+    static constexpr auto zoom = nbSatGetI2ZoomData;
+    static constexpr auto zoomIntp = nbSatGetI2ZoomDataIntp;
+    static bool isMissing(std::int16_t v, float errorValue)
+    {
+        return v == -1 || v == nbpErrorLevel(errorValue);
+    }
+};
+template <>
+struct Sampler<float> {
+    static constexpr auto sample = nbSatGetR4DataByPixLin;
+    static constexpr auto zoom = nbSatGetR4ZoomData;
+    static constexpr auto zoomIntp = nbSatGetR4ZoomDataIntp;
+    static bool isMissing(float v, float errorValue) { return v == -1.0F || v == errorValue; }
+};
+
+using Objects = std::vector<NbSatObject*>;
+
+// What one object has for the cells of one row, columns `first` to `end`. The arrays start at
+// column 0.
+template <class T>
+struct RowPart {
+    const NbSatObject* object = nullptr;
+    int row = 0;
+    int first = 0;
+    int end = 0;
+    const T* value = nullptr;
+    const float* pixel = nullptr;
+    const float* line = nullptr;
+    const double* order = nullptr; // comparison values; null when the mode takes the sample
+    const double* info = nullptr;  // null when none is wanted
+
+    bool covers(int x) const { return (pixel[x] != nbNoPosition) & (line[x] != nbNoPosition); }
+};
+
+// The planes of a projection, and the rule by which later objects take cells from earlier ones;
+// mode 0 when there is only one.
+template <class T>
+class Target {
+public:
+    Target(const NbProjPara& proj, T* out, int mode, double* infoOut, std::uint8_t* ownerOut,
+           const Objects& objects)
+        : columns_(static_cast<std::size_t>(proj.xNum)), out_(out), mode_(mode), info_(infoOut),
+          owner_(ownerOut), ownOwner_(NbAllocator<std::uint8_t>("mGetData()")),
+          order_(NbAllocator<double>("mGetData()"))
+    {
+        const std::size_t cells = columns_ * static_cast<std::size_t>(proj.yNum);
+        const bool merges = mode_ > 0;
+        if (owner_ == nullptr && merges) {
+            ownOwner_.resize(cells);
+            owner_ = ownOwner_.data();
+        }
+        if (owner_ != nullptr) std::fill_n(owner_, cells, noOwner);
+        if (merges && mode_ >= NB_OVERLAP_LATEST_POINT) order_.resize(cells);
+        for (const NbSatObject* object : objects)
+            fileTime_[ownerByte(object)] = nbpOverlapFileTime(object->startTime);
+        yields_[noOwner] = 1;
+    }
+
+    // The object whose cells come next.
+    void setChallenger(const NbSatObject* object)
+    {
+        for (std::size_t i = 0; i < noOwner && mode_ > 0; ++i)
+            yields_[i] = mode_ > NB_OVERLAP_EARLIEST_FILE ||
+                         nbpOverlapLaterWins(mode_, fileTime_[ownerByte(object)], fileTime_[i]);
+    }
+
+    T* row(int y) { return out_ + static_cast<std::size_t>(y) * columns_; }
+    bool keepsOwner() const { return owner_ != nullptr; }
+
+    // Cells of the first object, whose samples stand in row() already.
+    void put(const RowPart<T>& part)
+    {
+        if (owner_ == nullptr) return;
+        for (int x = part.first; x < part.end; ++x)
+            if (part.covers(x)) take(part, x);
+    }
+
+    // Cells of a further object, the challenger.
+    void merge(const RowPart<T>& part)
+    {
+        if (order_.empty() && info_ == nullptr) return mergeByOwner(part);
+        for (int x = part.first; x < part.end; ++x)
+            if (part.covers(x) && wins(part, x)) {
+                row(part.row)[x] = part.value[x];
+                take(part, x);
+            }
+    }
+
+private:
+    static std::uint8_t ownerByte(const NbSatObject* object)
+    {
+        return static_cast<std::uint8_t>(object->objectIndex);
+    }
+    std::size_t index(const RowPart<T>& part, int x) const
+    {
+        return static_cast<std::size_t>(part.row) * columns_ + static_cast<std::size_t>(x);
+    }
+    static double orderOf(const RowPart<T>& part, int x)
+    {
+        if (part.order != nullptr) return part.order[x];
+        return Sampler<T>::isMissing(part.value[x], part.object->errorValue)
+                   ? nbOverlapNone
+                   : static_cast<double>(part.value[x]);
+    }
+    void take(const RowPart<T>& part, int x)
+    {
+        const std::size_t at = index(part, x);
+        owner_[at] = ownerByte(part.object);
+        if (info_ != nullptr && part.info != nullptr) info_[at] = part.info[x];
+        if (!order_.empty()) order_[at] = orderOf(part, x);
+    }
+    bool wins(const RowPart<T>& part, int x) const
+    {
+        const std::size_t at = index(part, x);
+        if (owner_[at] == noOwner || order_.empty()) return yields_[owner_[at]] != 0;
+        return nbpOverlapLaterWins(mode_, orderOf(part, x), order_[at]);
+    }
+    // The common case, a list of segments by file time: nothing but owners to look at.
+    void mergeByOwner(const RowPart<T>& part)
+    {
+        T* out = row(part.row);
+        std::uint8_t* owner = owner_ + index(part, 0);
+        const std::uint8_t me = ownerByte(part.object);
+        for (int x = part.first; x < part.end; ++x) {
+            const bool won = part.covers(x) & (yields_[owner[x]] != 0);
+            out[x] = won ? part.value[x] : out[x];
+            owner[x] = won ? me : owner[x];
+        }
+    }
+
+    std::size_t columns_;
+    T* out_;
+    int mode_;
+    double* info_;
+    std::uint8_t* owner_; // null when nobody asks who gave a cell
+    NbArray<std::uint8_t> ownOwner_;
+    NbArray<double> order_;             // comparison value of each cell's present owner
+    std::array<float, 256> fileTime_{}; // by owner byte
+    // By owner byte: not 0 where the challenger takes the cells of that owner.
+    std::array<std::uint8_t, 256> yields_{};
+};
+
+// Samples `n` positions. No chunk may fail: its cells would look like data.
+template <class T>
+bool sampleAt(NbSatObject* object, const float* pixel, const float* line, T* out, int n)
+{
+    return n <= 0 || Sampler<T>::sample(object, pixel, line, out, n) >= 0;
+}
+
+// One raw lattice for each navigation among the objects; null where a driver offers none.
+std::vector<std::shared_ptr<NbRawLattice>> rawLattices(const Objects& objects, const NbGrid& grid)
+{
+    std::vector<std::shared_ptr<NbRawLattice>> lattices;
+    for (const NbSatObject* object : objects) {
+        const NbSatRawNav* nav = nbpLatticeIsFine(grid) ? nbpSatRawNav(object) : nullptr;
+        std::shared_ptr<NbRawLattice> mine;
+        for (const auto& other : lattices)
+            if (nav != nullptr && other && other->nav() == nav &&
+                nav->same(other->record(), object->privateData) != 0)
+                mine = other;
+        if (nav != nullptr && !mine)
+            mine = std::make_shared<NbRawLattice>(grid, nav, object->privateData);
+        lattices.push_back(mine);
+    }
+    return lattices;
+}
+
+// The first object's cells of a strip. Those outside its columns get what the sampler gives for
+// no position.
+template <class T>
+bool putStrip(NbStripPositions& cells, bool off, int row0, int rows, Target<T>& target)
+{
+    NbSatObject* object = cells.object();
+    const int columns = cells.stride();
+    const int first = off ? columns : cells.firstColumn();
+    const int end = off ? columns : cells.endColumn();
+    if (first == 0 && end == columns) {
+        if (!sampleAt(object, cells.pixel(0), cells.line(0), target.row(row0), rows * columns))
+            return false;
+    } else {
+        T outside{};
+        if (!sampleAt(object, &nbNoPosition, &nbNoPosition, &outside, 1)) return false;
+        for (int y = 0; y < rows; ++y) {
+            T* out = target.row(row0 + y);
+            std::fill(out, out + first, outside);
+            std::fill(out + end, out + columns, outside);
+            if (!off && !sampleAt(object, cells.pixel(y) + first, cells.line(y) + first,
+                                  out + first, end - first))
+                return false;
+        }
+    }
+    if (off || !target.keepsOwner()) return true;
+    for (int y = 0; y < rows; ++y)
+        target.put({object, row0 + y, first, end, target.row(row0 + y), cells.pixel(y),
+                    cells.line(y), cells.order(y), cells.info(y)});
+    return true;
+}
+
+template <class T>
+bool mergeStrip(NbStripPositions& cells, int row0, int rows, Target<T>& target, NbArray<T>& values)
+{
+    const int first = cells.firstColumn();
+    const int end = cells.endColumn();
+    target.setChallenger(cells.object());
+    for (int y = 0; y < rows; ++y) {
+        if (!sampleAt(cells.object(), cells.pixel(y) + first, cells.line(y) + first,
+                      values.data() + first, end - first))
+            return false;
+        target.merge({cells.object(), row0 + y, first, end, values.data(), cells.pixel(y),
+                      cells.line(y), cells.order(y), cells.info(y)});
+    }
+    return true;
+}
+
+// Strip by strip over a lattice. The number of strips, or -1.
+template <class T>
+int projectRough(const char* caller, const Objects& objects, NbProjPara* proj, NbCellFields fields,
+                 Target<T>& target)
+{
+    const NbGrid grid(proj);
+    NbLatticeEarth earth(grid);
+    std::vector<std::unique_ptr<NbStripPositions>> positions;
+    {
+        // The lattices are the strips' alone, so that a lattice knows whether it is shared.
+        const auto lattices = rawLattices(objects, grid);
+        for (std::size_t k = 0; k < objects.size(); ++k)
+            positions.push_back(
+                std::make_unique<NbStripPositions>(objects[k], grid, fields, lattices[k]));
+    }
+    NbArray<T> values(static_cast<std::size_t>(grid.columns), T{}, NbAllocator<T>(caller));
+    for (int strip = 0; strip < grid.strips(); ++strip) {
+        if (!earth.load(caller, strip) || !earth.load(caller, strip + 1)) return -1;
+        const int row0 = grid.firstRow(strip);
+        const int rows = grid.rowsOf(strip);
+        for (std::size_t k = 0; k < positions.size(); ++k) {
+            const auto result = positions[k]->fill(caller, earth, strip);
+            if (result == NbStripPositions::Result::Failed) return -1;
+            const bool off = result == NbStripPositions::Result::Off;
+            if (k == 0 && !putStrip(*positions[k], off, row0, rows, target)) return -1;
+            if (k > 0 && !off && !mergeStrip(*positions[k], row0, rows, target, values)) return -1;
+        }
+    }
+    return grid.strips();
+}
+
+// Cells and their positions of one band of the exact walk.
+struct Band {
+    NbArray<float> x, y, pixel, line;
+    NbArray<double> lon, lat, order, info;
+
+    Band(std::size_t cells, NbCellFields fields)
+        : x(cells, 0.0F, NbAllocator<float>("getData()")), y(x), pixel(x), line(x),
+          lon(cells, 0.0, NbAllocator<double>("getData()")), lat(lon),
+          order(fields.wantsOrder() ? cells : 0, 0.0, NbAllocator<double>("getData()")),
+          info(fields.wantsInfo() ? cells : 0, 0.0, NbAllocator<double>("getData()"))
+    {
+    }
+};
+
+// Every cell by itself, in bands of rows. The number of bands, or -1.
+template <class T>
+int projectExact(const char* caller, const Objects& objects, NbProjPara* proj, NbCellFields fields,
+                 Target<T>& target)
+{
+    const int columns = proj->xNum;
+    const auto width = static_cast<std::size_t>(columns);
+    const int most = std::min(bandRows, proj->yNum);
+    Band band(width * static_cast<std::size_t>(most), fields);
+    NbArray<T> values(objects.size() > 1 ? band.x.size() : 0, T{}, NbAllocator<T>(caller));
+    std::vector<NbExactPositions> exact;
+    for (NbSatObject* object : objects)
+        exact.emplace_back(object, proj, fields);
+    for (std::size_t i = 0; i < band.x.size(); ++i)
+        band.x[i] = static_cast<float>(i % width);
+
+    int bands = 0;
+    for (int row0 = 0; row0 < proj->yNum; row0 += most) {
+        const int rows = std::min(most, proj->yNum - row0);
+        const int n = rows * columns;
+        for (int y = 0; y < rows; ++y)
+            std::fill_n(band.y.begin() + y * columns, columns, static_cast<float>(row0 + y));
+        const int code = nbProjXYToLonLat(band.x.data(), band.y.data(), band.lon.data(),
+                                          band.lat.data(), n, proj);
+        if (code < 0) {
+            nbpLogError("%s : nbProjXYToLonLat() Error! return [%d]\n", caller, code);
+            return -1;
+        }
+        for (std::size_t k = 0; k < objects.size(); ++k) {
+            exact[k].atEarth(band.lon.data(), band.lat.data(), n, band.pixel.data(),
+                             band.line.data(), band.order.data(), band.info.data());
+            T* samples = k == 0 ? target.row(row0) : values.data();
+            if (!sampleAt(objects[k], band.pixel.data(), band.line.data(), samples, n)) return -1;
+            if (!target.keepsOwner()) continue;
+            target.setChallenger(objects[k]);
+            for (int y = 0; y < rows; ++y) {
+                const std::size_t at = static_cast<std::size_t>(y) * width;
+                // A cell off the map is nobody's, whatever a driver makes of its position.
+                for (std::size_t i = at; i < at + width; ++i)
+                    if (band.lon[i] == nbNoPosition || band.lat[i] == nbNoPosition)
+                        band.pixel[i] = nbNoPosition;
+                const RowPart<T> part{objects[k],
+                                      row0 + y,
+                                      0,
+                                      columns,
+                                      samples + at,
+                                      band.pixel.data() + at,
+                                      band.line.data() + at,
+                                      fields.wantsOrder() ? band.order.data() + at : nullptr,
+                                      fields.wantsInfo() ? band.info.data() + at : nullptr};
+                if (k == 0)
+                    target.put(part);
+                else
+                    target.merge(part);
+            }
+        }
+        ++bands;
+    }
+    return bands;
+}
+
+// Crop and zoom of the satellite's own image: the first object that can give it, or with
+// `merges` all of them laid over each other. There a sample that is missing does not cover its
+// cell, so that segments of one disk make one picture.
+template <class T>
+int projectZoom(const char* caller, const Objects& objects, const NbProjPara* proj, bool merges,
+                Target<T>& target)
+{
+    constexpr int most = std::numeric_limits<std::int16_t>::max();
+    if (proj->xNum > most || proj->yNum > most) {
+        nbpLogError("%s : a zoomed image has at most %d columns and rows, not %d x %d\n", caller,
+                    most, proj->xNum, proj->yNum);
+        return -1;
+    }
+    const auto zoom = [&](NbSatObject* object, T* out) {
+        const std::int32_t width = nbpTrunc32(proj->stepX + 0.5);
+        const std::int32_t height = nbpTrunc32(proj->stepY + 0.5);
+        const auto outWidth = nbpWrap16(proj->xNum);
+        const auto outHeight = nbpWrap16(proj->yNum);
+        if (object->intpMethod == 0) {
+            const NbZoomRect rect{nbpNearest16(proj->baseX),
+                                  nbpNearest16(proj->baseY),
+                                  width,
+                                  height,
+                                  outWidth,
+                                  outHeight};
+            return Sampler<T>::zoom(object, &rect, out);
+        }
+        const NbZoomRectF rect{proj->baseX, proj->baseY, width, height, outWidth, outHeight};
+        return Sampler<T>::zoomIntp(object, &rect, out);
+    };
+    const auto columns = static_cast<std::size_t>(proj->xNum);
+    NbArray<T> values(merges ? columns * static_cast<std::size_t>(proj->yNum) : 0, T{},
+                      NbAllocator<T>(caller));
+    NbArray<float> position(columns, 0.0F, NbAllocator<float>(caller));
+    int good = 0;
+    for (NbSatObject* object : objects) {
+        if (good > 0 && !merges) break;
+        T* out = good == 0 ? target.row(0) : values.data();
+        if (zoom(object, out) < 0) continue;
+        target.setChallenger(object);
+        for (int y = 0; y < proj->yNum && target.keepsOwner(); ++y) {
+            const T* row = out + static_cast<std::size_t>(y) * columns;
+            for (std::size_t x = 0; x < columns && merges; ++x)
+                position[x] =
+                    Sampler<T>::isMissing(row[x], object->errorValue) ? nbNoPosition : 0.0F;
+            const RowPart<T> part{
+                object, y, 0, proj->xNum, row, position.data(), position.data(), nullptr, nullptr};
+            if (good == 0)
+                target.put(part);
+            else
+                target.merge(part);
+        }
+        ++good;
+    }
+    return good > 0 ? good : -1;
+}
+
+// Checks a grid and makes its roughness whole.
+bool checkGrid(const char* caller, NbProjPara* proj)
+{
+    if (proj->prjType == NB_PROJ_ZOOM) return proj->xNum >= 1 && proj->yNum >= 1;
+    if (proj->roughX == 0) proj->roughX = 1;
+    if (proj->roughY == 0) proj->roughY = 1;
+    if (proj->roughX >= 1 && proj->roughY >= 1 && proj->xNum >= 1 && proj->yNum >= 1 &&
+        proj->xNum <= std::numeric_limits<int>::max() / bandRows)
+        return true;
+    nbpLogError("%s : NbProjPara Parameter Error! \n", caller);
+    return false;
+}
+
+template <class T>
+int getProjData(const char* caller, NbSatObject* object, NbProjPara* proj, T* out, int mode,
+                int infoSel, double* infoOut, std::uint8_t* ownerOut)
+{
+    // A plain object ignores all that concerns merging.
+    const bool extended = object->objectNum != 1;
+    if (!extended) {
+        mode = infoSel = 0;
+        infoOut = nullptr;
+        ownerOut = nullptr;
+    }
+    if (mode > modeMost) {
+        nbpLogError("%s : 重ねあわせモード %d は不正です \n", caller, mode);
+        return -1;
+    }
+    if (infoSel > infoSelMost) {
+        nbpLogError("%s : ナビゲーション情報 %d は不正です \n", caller, infoSel);
+        return -1;
+    }
+    mode = std::max(mode, 0);
+    if (!checkGrid(caller, proj)) return -1;
+
+    const bool zooms = proj->prjType == NB_PROJ_ZOOM;
+    Objects objects;
+    for (int i = 0; i < std::max<int>(object->objectNum, 1); ++i)
+        if (object[i].elemNum > 0 && (mode > 0 || zooms || objects.empty()))
+            objects.push_back(object + i);
+    if (objects.empty()) {
+        nbpLogError("%s : no selected element.\n", caller);
+        return -1;
+    }
+    const bool merges = mode > 0 && objects.size() > 1;
+    Target<T> target(*proj, out, merges ? mode : 0, infoOut, ownerOut, objects);
+    if (zooms) return projectZoom(caller, objects, proj, merges, target);
+
+    NbCellFields fields;
+    fields.mode = merges ? mode : 0;
+    fields.infoSel = infoOut != nullptr ? std::max(infoSel, 0) : 0;
+    // A grid of one row or column has no lattice cells to interpolate in.
+    const bool exact =
+        (proj->roughX == 1 && proj->roughY == 1) || proj->xNum == 1 || proj->yNum == 1;
+    return exact ? projectExact(caller, objects, proj, fields, target)
+                 : projectRough(caller, objects, proj, fields, target);
+}
+
+} // namespace
+
+int nbSatGetI2ProjData(NbSatObject* object, NbProjPara* proj, int16_t* out, int mode, int infoSel,
+                       double* infoOut, uint8_t* ownerOut)
+{
+    return nbpGuard("nbSatGetI2ProjData()", -1, [&] {
+        return getProjData("nbSatGetI2ProjData()", object, proj, out, mode, infoSel, infoOut,
+                           ownerOut);
+    });
+}
+
+int nbSatGetR4ProjData(NbSatObject* object, NbProjPara* proj, float* out, int mode, int infoSel,
+                       double* infoOut, uint8_t* ownerOut)
+{
+    return nbpGuard("nbSatGetR4ProjData()", -1, [&] {
+        return getProjData("nbSatGetR4ProjData()", object, proj, out, mode, infoSel, infoOut,
+                           ownerOut);
+    });
+}
