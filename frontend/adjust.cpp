@@ -1,0 +1,26 @@
+#include "frontend/adjust.h"
+
+#include "sat/nbSat.h"
+#include "sat/nbSatElem.h"
+
+#include <cstdio>
+
+void AdjNavPara(NbSatObject* object, const NbSettings& settings)
+{
+    const int channel = nbSatGetChannel(object, 0);
+    const std::int16_t linked = object->objectNum;
+    if (linked > 1) object->objectNum = 1; // this record alone, not its list
+    nbSatSetDiffPixLin(object, 0, 0);
+    const bool meant = settings.offsetChannel < 0 || settings.offsetChannel == channel;
+    if (meant && (settings.offsetX != 0 || settings.offsetY != 0)) {
+        std::fprintf(stderr, "shift : chno=%d, pixel=%f, line=%f\n", channel,
+                     static_cast<double>(settings.offsetX), static_cast<double>(settings.offsetY));
+        nbSatSetDiffPixLin(object, -settings.offsetX, -settings.offsetY);
+    }
+    object->objectNum = linked;
+}
+
+NbLandmarkResult adjustByLandmark(NbSettings&)
+{
+    return NbLandmarkResult::Skipped;
+}

@@ -1,0 +1,108 @@
+#include "frontend/inputs.h"
+
+#include "frontend/recover.h"
+#include "sat/nbSat.h"
+#include "util/nbFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr std::size_t mostObjects = 10;
+constexpr std::size_t mostNameBytes = 2560; // of a joined list, with its end
+
+// The names as opening splits them: at blanks and tabs, when there is a blank at all.
+std::vector<std::string> splitNames(const std::string& names)
+{
+    if (names.find(' ') == std::string::npos) return {names};
+    std::vector<std::string> out;
+    for (std::size_t at = 0; at < names.size();) {
+        const std::size_t begin = names.find_first_not_of(" \t", at);
+        if (begin == std::string::npos) break;
+        const std::size_t end = std::min(names.find_first_of(" \t", begin), names.size());
+        out.push_back(names.substr(begin, end - begin));
+        at = end;
+    }
+    return out;
+}
+
+bool sameFile(const struct stat& a, const std::string& path)
+{
+    struct stat b;
+    return stat(path.c_str(), &b) == 0 && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+} // namespace
+
+NbInputs::NbInputs() : objects_(mostObjects) {}
+
+int NbInputs::open(const std::string& names)
+{
+    if (names.empty()) {
+        complain("the name of the input file is empty");
+        return NB_RUN_INPUT;
+    }
+    const std::size_t nameCount = splitNames(names).size();
+    if (nameCount > mostObjects) {
+        complain("%zu input files named, at most %zu expected", nameCount, mostObjects);
+        return NB_RUN_INPUT;
+    }
+    if (nbSatOpenObject(first(), names.c_str()) != 0) return NB_RUN_INPUT;
+    count_ = static_cast<std::size_t>(std::clamp<int>(first()->objectNum, 1, mostObjects));
+    return NB_RUN_COMPLETE;
+}
+
+void NbInputs::close()
+{
+    for (NbSatObject& object : objects_) {
+        if (object.fileFormatId == 0) continue;
+        object.objectNum = 1; // this record alone
+        nbSatCloseObject(&object);
+    }
+    count_ = 0;
+}
+
+int readNameList(const char* path, std::string& names)
+{
+    errno = 0;
+    const NbFilePtr file = nbpFileOpenRead(path);
+    if (!file) {
+        complain("%s: cannot read the list of input files: %s", path,
+                 std::strerror(errno != 0 ? errno : EISDIR));
+        return NB_RUN_INPUT;
+    }
+    names.clear();
+    char name[mostNameBytes + 1];
+    for (std::size_t count = 0; count < mostObjects; ++count) {
+        if (std::fscanf(file.get(), "%2560s\n", name) != 1) break;
+        if (count > 0) names += ' ';
+        names += name;
+        if (names.size() >= mostNameBytes) {
+            complain(
+                "%s: the names of the input files take %zu bytes or more, at most %zu expected",
+                path, names.size(), mostNameBytes - 1);
+            return NB_RUN_INPUT;
+        }
+    }
+    if (names.empty()) {
+        complain("%s: the list of input files holds no name", path);
+        return NB_RUN_INPUT;
+    }
+    return NB_RUN_COMPLETE;
+}
+
+bool isInputFile(const char* path, const std::string& input, const std::string& names)
+{
+    struct stat output;
+    if (stat(path, &output) != 0) return false;
+    if (sameFile(output, input)) return true;
+    for (const std::string& name : splitNames(names)) {
+        if (sameFile(output, name) || sameFile(output, name.substr(0, name.find("?type="))))
+            return true;
+    }
+    return false;
+}

@@ -1,0 +1,37 @@
+#pragma once
+/**
+ * The input of a run: one satellite file or a list of up to ten, open.
+ */
+#include "sat/nbSatObject.h"
+
+#include <span>
+#include <string>
+#include <vector>
+
+// Owns the open objects; closes every one of them.
+class NbInputs {
+public:
+    NbInputs();
+    ~NbInputs() { close(); }
+    NbInputs(const NbInputs&) = delete;
+    NbInputs& operator=(const NbInputs&) = delete;
+
+    // Opens a path, or several separated by blanks. A name that does not open takes no record.
+    // An NbRunCode.
+    int open(const std::string& names);
+    void close();
+
+    NbSatObject* first() { return objects_.data(); }
+    // Those that opened, in their order.
+    std::span<NbSatObject> opened() { return {objects_.data(), count_}; }
+
+private:
+    std::vector<NbSatObject> objects_;
+    std::size_t count_ = 0;
+};
+
+/** Joins up to ten names of a list file with blanks. An NbRunCode. */
+int readNameList(const char* path, std::string& names);
+
+/** True when `path` exists and is the same file as one of the inputs (the list, or a name). */
+bool isInputFile(const char* path, const std::string& input, const std::string& names);
