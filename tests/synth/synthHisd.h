@@ -13,7 +13,7 @@
 // Overwrites bytes of the finished file: for damage of any kind.
 struct SynthPatch {
     std::size_t offset = 0; // from the start of the block
-    std::vector<std::byte> bytes;
+    std::vector<std::byte> bytes = {};
     int block = 0; // 1 to 11 that header block, 12 the raster, 0 the whole file
 };
 
@@ -28,7 +28,8 @@ struct SynthHisd {
     int segments = 1;
     bool bigEndian = false;
 
-    // Observation of the whole disk, MJD; each file gets its part of it.
+    // Observation of the whole disk, MJD: its first line at the start, its last at the end,
+    // evenly between. Each file gets its part of it.
     double startMjd = 59062.0 + (3 * 3600 + 20.5) / 86400; // 2020-08-01 03:00:20.5
     double endMjd = 59062.0 + (3 * 3600 + 600.5) / 86400;
 
@@ -66,21 +67,21 @@ struct SynthHisd {
     float rotationColumn = 0; // 0: the centre
     float rotationLine = 0;
     double rotationMicrorad = 0;
-    std::vector<Correction> corrections;
+    std::vector<Correction> corrections = {};
 
     // Block 9; empty: every 10th line of the file and its last one, evenly in time.
     struct LineTime {
         int line = 0;
         double mjd = 0;
     };
-    std::vector<LineTime> lineTimes;
+    std::vector<LineTime> lineTimes = {};
 
     // Block 10; the raster is not touched by it.
     struct ErrorLine {
         int line = 0;
         int pixels = 0;
     };
-    std::vector<ErrorLine> errorLines;
+    std::vector<ErrorLine> errorLines = {};
 
     // Lengths as the blocks state them; 0: the true one.
     int block1Length = 0;
@@ -88,9 +89,9 @@ struct SynthHisd {
 
     // Fills one line of counts; line counts from 1 over the disk. Empty: count = (3 * column +
     // 7 * line) modulo the levels inside the disk (column from 1), outsideCount off it.
-    std::function<void(int line, std::span<std::uint16_t> counts)> fill;
+    std::function<void(int line, std::span<std::uint16_t> counts)> fill = {};
 
-    std::vector<SynthPatch> patches;
+    std::vector<SynthPatch> patches = {};
     std::size_t cutAt = SIZE_MAX; // the file ends here
 
     std::vector<std::byte> bytes() const;      // the whole file
@@ -102,10 +103,14 @@ struct SynthHisd {
     bool onEarth(double column, double line) const;
     // Count of the default pattern.
     std::uint16_t defaultCount(int column, int line) const;
-    // Physical value of a count: brightness temperature or albedo, in double.
+    // Physical value of a count: brightness temperature or albedo, in double; NaN where an
+    // infrared radiance is not above 0.
     double physical(int count) const;
     // The usual values in the place of zeros.
     SynthHisd resolved() const;
-    // The `segments` files of the disk, in order, with everything else as here.
+    // The `segmentCount` files of the disk, in order, with everything else as here; error lines
+    // go to the segment that holds them.
     std::vector<SynthHisd> split(int segmentCount) const;
+    // The name that the agency gives such a file.
+    std::string fileName() const;
 };

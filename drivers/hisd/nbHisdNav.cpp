@@ -1,0 +1,407 @@
+#include "drivers/common/nbGeos.h"
+#include "drivers/hisd/nbHisdFile.h"
+#include "geo/nbAstroUtl.h"
+#include "sat/nbNavInfo.h"
+#include "util/nbNumber.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <utility>
+
+namespace {
+
+constexpr double noPosition = -9999.0;
+constexpr float noPositionF = -9999.0F;
+constexpr double degPerRad = 57.29577951308232;
+constexpr double radPerDeg = 0.017453292519943295; // pi / 180
+constexpr double noTime = -1.0;                    // outside the image or the table of times
+constexpr double badTime = -3.0;                   // the table has no time there
+
+bool sameBits(double a, double b)
+{
+    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
+}
+bool sameBits(float a, float b)
+{
+    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+}
+
+NbGeosPara geosOf(const NbHisdProjection& block)
+{
+    return {.distance = block.distance,
+            .polarRadius = block.polarRadius,
+            .e2 = block.e2,
+            .flattening2 = block.flattening2,
+            .slant = block.slant};
+}
+
+// Beyond it the rounds of 360 are taken off at once.
+constexpr double manyRounds = 1e6;
+
+double wrapLon(double lon)
+{
+    if (std::abs(lon) > manyRounds) lon = std::fmod(lon, 360.0);
+    while (lon > 180)
+        lon -= 360;
+    while (lon < -180)
+        lon += 360;
+    return lon;
+}
+
+// Deliberate: a longitude that needs wrapping goes through a float at each step and keeps only
+// its precision, about 1e-5 degree. In double, points west of the date line would move a little
+// against those east of it that stay as they are.
+double wrapLonFloat(double lon)
+{
+    float f = nbpToFloat(lon);
+    if (std::abs(f) > static_cast<float>(manyRounds)) lon = f = std::fmod(f, 360.0F);
+    while (f > 180.0F)
+        lon = f = f - 360.0F;
+    while (f < -180.0F)
+        lon = f = f + 360.0F;
+    return lon;
+}
+
+// Earth to column and line (from 1) of the disk. Rows of a map share their latitude and columns
+// their longitude, so the terms of the last point are kept and used again for the same bits.
+class EarthToImage {
+public:
+    explicit EarthToImage(const NbHisdFile& file)
+        : block_(file.projection), geos_(geosOf(file.projection))
+    {
+    }
+
+    // False for what is no position. Height in metres. Column and line of a place behind the limb
+    // are its direction as if the earth were clear; `limb` (km^2) is above 0 then.
+    bool locate(double lon, double lat, double height, float* column, float* line, double* limb)
+    {
+        if (!sameBits(lat, lat_) || !sameBits(height, height_)) {
+            lat_ = lat;
+            height_ = height;
+            goodLat_ = lat >= -90 && lat <= 90;
+            if (goodLat_)
+                meridian_ = nbpGeosMeridian(geos_, block_.ratio, lat * radPerDeg, height / 1000);
+        }
+        if (!sameBits(lon, lon_)) {
+            lon_ = lon;
+            goodLon_ = lon != noPosition && std::isfinite(lon);
+            if (goodLon_) {
+                const double d = (wrapLon(lon) - block_.subLon) * radPerDeg;
+                cosD_ = std::cos(d);
+                sinD_ = std::sin(d);
+            }
+        }
+        if (!goodLat_ || !goodLon_) return false;
+        const NbGeosSight sight = nbpGeosSight(geos_, meridian_, cosD_, sinD_);
+        *limb = sight.limb;
+        const double x = nbpGeosAngleX(sight) * degPerRad;
+        const double y = nbpGeosAngleY(sight) * degPerRad;
+        *column = nbpToFloat(block_.cfac * x * 0x1p-16 + static_cast<double>(block_.coff));
+        *line = nbpToFloat(block_.lfac * y * 0x1p-16 + static_cast<double>(block_.loff));
+        return true;
+    }
+
+private:
+    static constexpr double none = std::numeric_limits<double>::quiet_NaN();
+    const NbHisdProjection& block_;
+    NbGeosPara geos_;
+    double lat_ = none; // a NaN of other bits than this one is looked at like any number
+    double height_ = none;
+    double lon_ = none;
+    bool goodLat_ = false;
+    bool goodLon_ = false;
+    NbGeosMeridian meridian_{};
+    double cosD_ = 0;
+    double sinD_ = 0;
+};
+
+// Column and line (from 1) of the disk to earth, with the terms of the last ones kept.
+class ImageToEarth {
+public:
+    explicit ImageToEarth(const NbHisdFile& file)
+        : block_(file.projection), geos_(geosOf(file.projection))
+    {
+    }
+
+    // Error bits; outputs only where there are none. 0-based positions.
+    int convert(float pixel, float line, double* lon, double* lat)
+    {
+        if (pixel == noPositionF || line == noPositionF) return NB_NAV_INPUT;
+        if (!sameBits(pixel, pixel_)) {
+            pixel_ = pixel;
+            const double x = angle(pixel, block_.coff, block_.cfac);
+            cosX_ = std::cos(x);
+            sinX_ = std::sin(x);
+        }
+        if (!sameBits(line, line_)) {
+            line_ = line;
+            const double y = angle(line, block_.loff, block_.lfac);
+            cosY_ = std::cos(y);
+            sinY_ = std::sin(y);
+        }
+        const NbGeosHit hit = nbpGeosHit(geos_, cosX_, sinX_, cosY_, sinY_);
+        if (!hit.meets) return NB_NAV_LINE;
+        if (!hit.front) return NB_NAV_LIMB;
+        const double east = nbpGeosLonRad(hit) * degPerRad + block_.subLon;
+        const double north = nbpGeosLatRad(geos_, hit) * degPerRad;
+        if (!std::isfinite(east) || !std::isfinite(north)) return NB_NAV_INPUT;
+        *lon = wrapLonFloat(east);
+        *lat = north;
+        return 0;
+    }
+
+private:
+    static double angle(float position, float offset, std::int32_t factor)
+    {
+        return (static_cast<double>(position) + 1 - static_cast<double>(offset)) * radPerDeg /
+               (factor * 0x1p-16);
+    }
+    static constexpr float none = std::numeric_limits<float>::quiet_NaN();
+    const NbHisdProjection& block_;
+    NbGeosPara geos_;
+    float pixel_ = none;
+    float line_ = none;
+    // Not numbers, like the position that they belong to.
+    double cosX_ = std::numeric_limits<double>::quiet_NaN();
+    double sinX_ = cosX_;
+    double cosY_ = cosX_;
+    double sinY_ = cosX_;
+};
+
+// Limits of the file for 0-based positions: the nearest column is one of 1 to columns, the
+// nearest line one of the file's. All of them are whole numbers and a half, exact in float.
+struct Limits {
+    float left, right, top, bottom; // left and top belong to the file
+
+    explicit Limits(const NbHisdFile& file)
+        : left(-0.5F), right(static_cast<float>(file.columns) - 0.5F),
+          top(static_cast<float>(file.firstLine) - 1.5F),
+          bottom(static_cast<float>(file.lastLine) - 0.5F)
+    {
+    }
+    bool hasPixel(float pixel) const { return pixel >= left && pixel < right; }
+    bool hasLine(float line) const { return line >= top && line < bottom; }
+};
+
+// Position from 0 of a position from 1. The difference is exact from 0.5 up; below, it may round
+// to -0.5 and so into the image, where the position itself is not.
+float fromZero(float position)
+{
+    const float moved = position - 1.0F;
+    return moved == -0.5F && position < 0.5F ? std::nextafter(-0.5F, -1.0F) : moved;
+}
+
+// Time of a line, linear between the entries around it; noTime for a line outside the table.
+// The entry is the first one at or behind the line, also in a table that is out of order.
+double lineTime(const NbHisdFile& file, int line)
+{
+    const auto& times = file.lineTimes;
+    const auto& reach = file.lineTimesReach;
+    if (times.empty() || line < times.front().line || line > times.back().line) return noTime;
+    const auto found = std::lower_bound(reach.begin(), reach.end(), line);
+    const auto& after = times[static_cast<std::size_t>(found - reach.begin())];
+    if (after.line == line) return after.mjd;
+    const auto& before = (&after)[-1]; // there is one: the first entry is not behind the line
+    return before.mjd +
+           (after.mjd - before.mjd) * (line - before.line) / (after.line - before.line);
+}
+
+// Time of a 0-based position, MJD; noTime or badTime.
+double hisdGetScanTime(const NbHisdFile& file, float pixel, float line)
+{
+    const int column = nbpNearest16(static_cast<double>(pixel) + 1.0);
+    const int diskLine = nbpNearest16(static_cast<double>(line) + 1.0);
+    if (column < 1 || column > file.columns) return noTime;
+    if (file.lineTimes.empty() || diskLine < file.lineTimes.front().line ||
+        diskLine > file.lineTimes.back().line)
+        return noTime;
+    // Deliberate: the number of lines in this file is compared with a line number of the disk.
+    // In a whole disk that is the last line, which has no next one to lead to. In a later segment
+    // it is some other line or none, and the last line of its table has no time. Comparing with
+    // the last line of the segment would give it one.
+    const bool last = diskLine == file.lines;
+    const double t1 = lineTime(file, diskLine);
+    const double t2 = lineTime(file, last ? diskLine - 1 : diskLine + 1);
+    if (t1 <= 0 || t2 <= 0) return badTime;
+    const double along = (t2 - t1) * (column - 1) / file.columns;
+    return last ? t1 - along : t1 + along;
+}
+
+// Fills the geometry of points, where the caller wants it: most calls are for positions alone.
+class PointInfo {
+public:
+    PointInfo(const NbHisdFile& file, NbPointInfo* info) : file_(file), info_(info)
+    {
+        if (info == nullptr) return;
+        const NbHisdNavigation& actual = file.navigation;
+        double llr[3] = {actual.nadirLat, actual.nadirLon, actual.distance};
+        // Deliberate: the stand-ins are crosswise. An unknown latitude clears the longitude and
+        // an unknown longitude puts the sub-satellite longitude in the latitude's place. Files
+        // without a nadir have had their angles computed so; straight, all of them move.
+        if (actual.nadirLat == hisdUnknown) llr[1] = 0.0;
+        if (actual.nadirLon == hisdUnknown) llr[0] = file.projection.subLon;
+        if (actual.distance == hisdUnknown) llr[2] = file.projection.distance;
+        nbLLRToXYZ(llr, satellite_);
+    }
+
+    // Record i of the call. A point without a scan time leaves it as it is.
+    void set(int i, float pixel, float line, double lon, double lat) const
+    {
+        if (info_ == nullptr) return;
+        const double mjd = hisdGetScanTime(file_, pixel, line);
+        if (mjd > 0) nbNavSetPointInfo(mjd, satellite_, lon, lat, &info_[i]);
+    }
+
+private:
+    const NbHisdFile& file_;
+    NbPointInfo* info_;
+    double satellite_[3] = {};
+};
+
+// The raw positions that let a list of segments share one navigation.
+
+void rawPosition(void* p, const double* lon, const double* lat, float* pixel, float* line,
+                 float* limb, int n)
+{
+    EarthToImage earth(*nbpHisdFile(p));
+    for (int i = 0; i < n; ++i) {
+        float column = 0;
+        float diskLine = 0;
+        double hidden = 0;
+        if (earth.locate(lon[i], lat[i], 0.0, &column, &diskLine, &hidden)) {
+            pixel[i] = fromZero(column);
+            line[i] = fromZero(diskLine);
+            limb[i] = nbpToFloat(hidden);
+        } else {
+            pixel[i] = line[i] = limb[i] = std::numeric_limits<float>::quiet_NaN();
+        }
+    }
+}
+
+int rawSame(const void* p, const void* q)
+{
+    const NbHisdProjection& a = static_cast<const NbHisdFile*>(p)->projection;
+    const NbHisdProjection& b = static_cast<const NbHisdFile*>(q)->projection;
+    return sameBits(a.subLon, b.subLon) && a.cfac == b.cfac && a.lfac == b.lfac &&
+           sameBits(a.coff, b.coff) && sameBits(a.loff, b.loff) &&
+           sameBits(a.distance, b.distance) && sameBits(a.polarRadius, b.polarRadius) &&
+           sameBits(a.e2, b.e2) && sameBits(a.ratio, b.ratio);
+}
+
+void rawLimit(void* p, float* pixel, float* line, const float* limb, int n)
+{
+    const Limits limits(*nbpHisdFile(p));
+    for (int i = 0; i < n; ++i) {
+        const bool inside = (limb[i] <= 0.0F) & limits.hasPixel(pixel[i]) & limits.hasLine(line[i]);
+        pixel[i] = inside ? pixel[i] : noPositionF;
+        line[i] = inside ? line[i] : noPositionF;
+    }
+}
+
+void rawBounds(void* p, float box[4])
+{
+    const Limits limits(*nbpHisdFile(p));
+    box[0] = limits.left;
+    box[1] = limits.right;
+    box[2] = limits.top;
+    box[3] = limits.bottom;
+}
+
+} // namespace
+
+const NbSatRawNav nbpHisdRawNav = {
+    .position = rawPosition, .same = rawSame, .limit = rawLimit, .bounds = rawBounds};
+
+int nbHisdLonLatHgtToPixLinInfoDisk(void* p, const double* lon, const double* lat,
+                                    const double* height, float* pixel, float* line,
+                                    NbPointInfo* info, int n)
+{
+    const NbHisdFile& file = *nbpHisdFile(p);
+    EarthToImage earth(file);
+    const Limits limits(file);
+    const PointInfo geometry(file, info);
+    int result = 0;
+    for (int i = 0; i < n; ++i) {
+        float column = 0;
+        float diskLine = 0;
+        double limb = 0;
+        const double metres = height != nullptr ? height[i] : 0.0;
+        const bool known = earth.locate(lon[i], lat[i], metres, &column, &diskLine, &limb);
+        pixel[i] = noPositionF;
+        line[i] = noPositionF;
+        int bits = 0;
+        if (!known) {
+            bits = NB_NAV_INPUT;
+        } else if (!(limb <= 0)) {
+            bits = NB_NAV_LIMB;
+        } else {
+            const float fromLeft = fromZero(column);
+            const float fromTop = fromZero(diskLine);
+            if (!limits.hasLine(fromTop)) bits |= NB_NAV_LINE;
+            if (!limits.hasPixel(fromLeft)) bits |= NB_NAV_PIXEL;
+            if (bits == 0) {
+                pixel[i] = fromLeft;
+                line[i] = fromTop;
+            }
+        }
+        geometry.set(i, pixel[i], line[i], lon[i], lat[i]);
+        result |= bits;
+    }
+    return result;
+}
+
+int nbHisdPixLinToLonLatInfoDisk(void* p, const float* pixel, const float* line, double* lon,
+                                 double* lat, NbPointInfo* info, int n)
+{
+    const NbHisdFile& file = *nbpHisdFile(p);
+    ImageToEarth image(file);
+    const PointInfo geometry(file, info);
+    int result = 0;
+    for (int i = 0; i < n; ++i) {
+        lon[i] = noPosition;
+        lat[i] = noPosition;
+        result |= image.convert(pixel[i], line[i], &lon[i], &lat[i]);
+        geometry.set(i, pixel[i], line[i], lon[i], lat[i]);
+    }
+    return result;
+}
+
+int nbHisdGetSatPosEf(void* p, double, double* position)
+{
+    const NbHisdFile& file = *nbpHisdFile(p);
+    const NbHisdNavigation& actual = file.navigation;
+    const double lonLatDist[3] = {
+        actual.subLon == hisdUnknown ? file.projection.subLon : actual.subLon,
+        actual.subLat == hisdUnknown ? 0.0 : actual.subLat,
+        actual.distance == hisdUnknown ? file.projection.distance : actual.distance};
+    nbAstroLonLatDistToEf(lonLatDist, position);
+    return 0;
+}
+
+// The raster is rectified: it has no attitude.
+int nbHisdGetSatAtt(void*, double, double* attitude)
+{
+    std::fill_n(attitude, 3, 0.0);
+    return 0;
+}
+
+int nbHisdResetAtt(void*, double, const double*, int)
+{
+    std::fprintf(stderr, "%s : このデータには対応していません。\n", "nbHisdResetAtt()");
+    return 0;
+}
+
+double nbpHisdGetEndTime(void* p)
+{
+    const NbHisdFile& file = *nbpHisdFile(p);
+    return hisdGetScanTime(file, static_cast<float>(file.columns) - 1.5F,
+                           static_cast<float>(file.lastLine) - 1.5F);
+}
+
+double nbpHisdGetScanTime(void* p, float pixel, float line)
+{
+    return hisdGetScanTime(*nbpHisdFile(p), pixel - 1.5F, line - 1.5F);
+}
