@@ -13,8 +13,10 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <memory>
+#include <numeric>
 #include <span>
 #include <vector>
 
@@ -84,17 +86,25 @@ public:
         }
         if (owner_ != nullptr) std::fill_n(owner_, cells, noOwner);
         if (merges && mode_ >= NB_OVERLAP_LATEST_POINT) order_.resize(cells);
-        for (const NbSatObject* object : objects)
+        for (const NbSatObject* object : objects) {
             fileTime_[ownerByte(object)] = nbpOverlapFileTime(object->startTime);
+            owners_.push_back(ownerByte(object));
+        }
         yields_[noOwner] = 1;
+        if (owner_ != nullptr) wins_.resize(columns_);
     }
 
     // The object whose cells come next.
     void setChallenger(const NbSatObject* object)
     {
-        for (std::size_t i = 0; i < noOwner && mode_ > 0; ++i)
-            yields_[i] = mode_ > NB_OVERLAP_EARLIEST_FILE ||
-                         nbpOverlapLaterWins(mode_, fileTime_[ownerByte(object)], fileTime_[i]);
+        if (mode_ == 0) return;
+        allYield_ = true;
+        for (const std::uint8_t other : owners_) {
+            yields_[other] =
+                mode_ > NB_OVERLAP_EARLIEST_FILE ||
+                nbpOverlapLaterWins(mode_, fileTime_[ownerByte(object)], fileTime_[other]);
+            allYield_ = allYield_ && yields_[other] != 0;
+        }
     }
 
     T* row(int y) { return out_ + static_cast<std::size_t>(y) * columns_; }
@@ -104,6 +114,10 @@ public:
     void put(const RowPart<T>& part)
     {
         if (owner_ == nullptr) return;
+        if (order_.empty() && info_ == nullptr) {
+            markCovered(part);
+            return giveToWinner(part);
+        }
         for (int x = part.first; x < part.end; ++x)
             if (part.covers(x)) take(part, x);
     }
@@ -148,19 +162,64 @@ private:
         if (owner_[at] == noOwner || order_.empty()) return yields_[owner_[at]] != 0;
         return nbpOverlapLaterWins(mode_, orderOf(part, x), order_[at]);
     }
-    // The common case, a list of segments by file time: nothing but owners to look at.
+    // The common case: nothing but owners to look at. Plain loops over local pointers, because
+    // bytes may lie anywhere and keep a loop over members out of vector registers.
+    void markCovered(const RowPart<T>& part)
+    {
+        const float* __restrict pixel = part.pixel;
+        const float* __restrict line = part.line;
+        std::uint8_t* __restrict wins = wins_.data();
+        const int end = part.end;
+        for (int x = part.first; x < end; ++x)
+            wins[x] = (pixel[x] != nbNoPosition) & (line[x] != nbNoPosition);
+    }
+    // Runs take(x) for the cells that are won, or takeAll(x) for a whole chunk of them: segments
+    // cover long runs of cells, and hardly any chunk is mixed.
+    template <class TakeAll, class Take>
+    void takeWon(const RowPart<T>& part, TakeAll takeAll, Take take)
+    {
+        const std::uint8_t* const wins = wins_.data();
+        int x = part.first;
+        for (; x + chunk <= part.end; x += chunk) {
+            const auto won = std::accumulate(wins + x, wins + x + chunk, std::uint8_t{0});
+            if (won == chunk)
+                takeAll(x);
+            else
+                for (int i = x; i < x + chunk && won != 0; ++i)
+                    if (wins[i] != 0) take(i);
+        }
+        for (; x < part.end; ++x)
+            if (wins[x] != 0) take(x);
+    }
+    void giveToWinner(const RowPart<T>& part)
+    {
+        std::uint8_t* const owner = owner_ + index(part, 0);
+        const std::uint8_t me = ownerByte(part.object);
+        std::array<std::uint8_t, chunk> mine;
+        mine.fill(me);
+        takeWon(
+            part, [&](int x) { std::memcpy(owner + x, mine.data(), chunk); },
+            [=](int x) { owner[x] = me; });
+    }
     void mergeByOwner(const RowPart<T>& part)
     {
-        T* out = row(part.row);
-        std::uint8_t* owner = owner_ + index(part, 0);
-        const std::uint8_t me = ownerByte(part.object);
-        for (int x = part.first; x < part.end; ++x) {
-            const bool won = part.covers(x) & (yields_[owner[x]] != 0);
-            out[x] = won ? part.value[x] : out[x];
-            owner[x] = won ? me : owner[x];
+        markCovered(part);
+        std::uint8_t* __restrict wins = wins_.data();
+        const int end = part.end;
+        if (!allYield_) {
+            const std::uint8_t* __restrict owner = owner_ + index(part, 0);
+            for (int x = part.first; x < end; ++x)
+                wins[x] = static_cast<std::uint8_t>(wins[x] & yields_[owner[x]]);
         }
+        T* const out = row(part.row);
+        const T* const value = part.value;
+        takeWon(
+            part, [=](int x) { std::memcpy(out + x, value + x, chunk * sizeof(T)); },
+            [=](int x) { out[x] = value[x]; });
+        giveToWinner(part);
     }
 
+    static constexpr int chunk = 32; // cells taken together
     std::size_t columns_;
     T* out_;
     int mode_;
@@ -169,8 +228,11 @@ private:
     NbArray<std::uint8_t> ownOwner_;
     NbArray<double> order_;             // comparison value of each cell's present owner
     std::array<float, 256> fileTime_{}; // by owner byte
-    // By owner byte: not 0 where the challenger takes the cells of that owner.
+    // By owner byte: 1 where the challenger takes the cells of that owner.
     std::array<std::uint8_t, 256> yields_{};
+    bool allYield_ = false;            // the challenger takes them from everybody
+    std::vector<std::uint8_t> wins_;   // cells of a row that the challenger takes
+    std::vector<std::uint8_t> owners_; // owner bytes of all objects
 };
 
 // Samples `n` positions. No chunk may fail: its cells would look like data.

@@ -2,6 +2,7 @@
 
 #include "sat/nbSatNav.h"
 #include "util/nbLogFormat.h"
+#include "util/nbNumber.h"
 
 #include <algorithm>
 #include <cmath>
@@ -137,14 +138,30 @@ NbArray<float> floats(std::size_t n)
     return NbArray<float>(n, 0.0F, NbAllocator<float>("nbSatLattice"));
 }
 
-// Largest distance on earth between neighbouring lattice points, radians.
-double latticeStep(const NbGrid& grid)
+// Map to earth; false, and a message, when the projection refuses its record.
+bool toEarth(const char* caller, NbProjPara* proj, const float* x, const float* y, int n,
+             double* lon, double* lat)
 {
-    const NbProjPara& p = *grid.proj;
-    const double unit =
-        p.prjType == NB_PROJ_GRID ? 3.141592653589793 / 180 : 1 / nb_ProjEquatRadius;
-    return std::max(p.roughX * p.stepX, p.roughY * p.stepY) * unit;
+    const int code = nbProjXYToLonLat(x, y, lon, lat, n, proj);
+    if (code >= 0) return true;
+    nbpLogError("%s : nbProjXYToLonLat() Error! return [%d]\n", caller, code);
+    return false;
 }
+
+// Distances on earth between neighbouring lattice points, radians.
+struct LatticeStep {
+    double largest;
+    double smallest;
+
+    explicit LatticeStep(const NbProjPara& p)
+    {
+        const double unit =
+            p.prjType == NB_PROJ_GRID ? 3.141592653589793 / 180 : 1 / nb_ProjEquatRadius;
+        const auto [low, high] = std::minmax({p.roughX * p.stepX, p.roughY * p.stepY});
+        smallest = low * unit;
+        largest = high * unit;
+    }
+};
 
 } // namespace
 
@@ -194,11 +211,7 @@ bool NbExactPositions::atCells(const char* caller, const float* x, const float* 
         lon_.resize(count);
         lat_.resize(count);
     }
-    const int code = nbProjXYToLonLat(x, y, lon_.data(), lat_.data(), n, proj_);
-    if (code < 0) {
-        nbpLogError("%s : nbProjXYToLonLat() Error! return [%d]\n", caller, code);
-        return false;
-    }
+    if (!toEarth(caller, proj_, x, y, n, lon_.data(), lat_.data())) return false;
     atEarth(lon_.data(), lat_.data(), n, pixel, line, order, info);
     return true;
 }
@@ -226,12 +239,9 @@ bool NbLatticeEarth::load(const char* caller, int row)
     if (r.row == row) return true;
     std::fill(y_.begin(), y_.end(),
               static_cast<float>(grid_.latticeY[static_cast<std::size_t>(row)]));
-    const int code = nbProjXYToLonLat(x_.data(), y_.data(), r.lon.data(), r.lat.data(),
-                                      static_cast<int>(x_.size()), grid_.proj);
-    if (code < 0) {
-        nbpLogError("%s : nbProjXYToLonLat() Error! return [%d]\n", caller, code);
+    if (!toEarth(caller, grid_.proj, x_.data(), y_.data(), static_cast<int>(x_.size()),
+                 r.lon.data(), r.lat.data()))
         return false;
-    }
     r.row = row;
     return true;
 }
@@ -255,21 +265,25 @@ bool nbpLatticeIsFine(const NbGrid& grid)
     const int type = grid.proj->prjType;
     if (type < NB_PROJ_DISK || type > NB_PROJ_GRID) return false;
     if (type == NB_PROJ_LAMB && holdsConeCut(grid)) return false;
-    return latticeStep(grid) <= 0.5; // radians: no cell reaches round the earth
+    return LatticeStep(*grid.proj).largest <= 0.5; // no cell reaches round the earth
 }
 
 NbRawLattice::NbRawLattice(const NbGrid& grid, const NbSatRawNav* nav, void* p)
-    : grid_(grid), nav_(nav), p_(p)
-      // Between corners one step apart the limb value bends by about R^2 step^2 / 8.
-      ,
-      limbMargin_(static_cast<float>(4e7 * latticeStep(grid) * latticeStep(grid))),
-      rows_{Row{-1, floats(grid.latticeX.size()), floats(grid.latticeX.size()),
-                floats(grid.latticeX.size())},
-            Row{-1, floats(grid.latticeX.size()), floats(grid.latticeX.size()),
-                floats(grid.latticeX.size())}},
-      boxes_(NbAllocator<Box>("NbRawLattice"))
+    : grid_(grid), nav_(nav),
+      p_(p), rows_{Row{-1, floats(grid.latticeX.size()), floats(grid.latticeX.size()),
+                       floats(grid.latticeX.size())},
+                   Row{-1, floats(grid.latticeX.size()), floats(grid.latticeX.size()),
+                       floats(grid.latticeX.size())}},
+      boxes_(NbAllocator<Box>("NbRawLattice")), cells_(NbAllocator<Cell>("NbRawLattice"))
 {
     boxes_.resize(grid.latticeX.size() - 1);
+    // Over a cell that spans an angle s of the earth, positions and limb values leave the plane
+    // through the corners by some s / 8 of the cell's own extent, more when its sides differ much
+    // and the long one is seen at a grazing angle. Taken 64 times.
+    const LatticeStep step(*grid.proj);
+    bend_ = nbpToFloat(std::min(1.0, 8 * step.largest * (step.largest / step.smallest)));
+    // Where its slope is 0, the limb value bends by up to R^2 s^2 / 4.
+    limbMargin_ = nbpToFloat(4e7 * step.largest * step.largest);
 }
 
 void NbRawLattice::load(const NbLatticeEarth& earth, int row)
@@ -281,9 +295,46 @@ void NbRawLattice::load(const NbLatticeEarth& earth, int row)
     r.row = row;
 }
 
-// A cell's box is that of its corners, widened on all sides by the larger of its two extents and
-// a pixel: the image bends far less than that between corners. Corners surely behind the limb
-// make an empty box, a corner without a position an endless one.
+bool NbRawLattice::atCells(const char* caller, int strip, std::span<const std::size_t> cells,
+                           float* pixel, float* line, float* limb)
+{
+    const auto columns = static_cast<std::size_t>(grid_.columns);
+    if (cells_.empty())
+        cells_.resize(columns *
+                      (static_cast<std::size_t>(std::min(grid_.proj->roughY, grid_.rows)) + 1));
+    unknown_.clear();
+    for (const std::size_t at : cells)
+        if (cells_[at].strip != strip) unknown_.push_back(at);
+    if (!unknown_.empty()) {
+        const std::size_t n = unknown_.size();
+        for (auto* v : {&x_, &y_, &pixel_, &line_, &limb_})
+            v->resize(n);
+        lon_.resize(n);
+        lat_.resize(n);
+        for (std::size_t i = 0; i < n; ++i) {
+            x_[i] = static_cast<float>(unknown_[i] % columns);
+            y_[i] =
+                static_cast<float>(grid_.firstRow(strip) + static_cast<int>(unknown_[i] / columns));
+        }
+        if (!toEarth(caller, grid_.proj, x_.data(), y_.data(), static_cast<int>(n), lon_.data(),
+                     lat_.data()))
+            return false;
+        nav_->position(p_, lon_.data(), lat_.data(), pixel_.data(), line_.data(), limb_.data(),
+                       static_cast<int>(n));
+        for (std::size_t i = 0; i < n; ++i)
+            cells_[unknown_[i]] = {strip, pixel_[i], line_[i], limb_[i]};
+    }
+    for (std::size_t i = 0; i < cells.size(); ++i) {
+        pixel[i] = cells_[cells[i]].pixel;
+        line[i] = cells_[cells[i]].line;
+        limb[i] = cells_[cells[i]].limb;
+    }
+    return true;
+}
+
+// A cell's box is that of its corners, widened on all sides by what the image can bend between
+// them. Corners surely behind the limb make an empty box, a corner without a position an endless
+// one.
 void NbRawLattice::makeBoxes(int strip)
 {
     if (boxStrip_ == strip) return;
@@ -301,12 +352,13 @@ void NbRawLattice::makeBoxes(int strip)
         const float sum = top.limb[i] + top.limb[i + 1] + bottom.limb[i] + bottom.limb[i + 1];
         if (!std::isfinite(sum)) {
             box = {-endless, endless, -endless, endless};
-        } else if (limb0 - (limb1 - limb0) - limbMargin_ > 0) {
+        } else if (limb0 - bend_ * (limb1 - limb0) - limbMargin_ > 0) {
             box = {endless, -endless, endless, -endless};
         } else {
             const auto [pixel0, pixel1] = limits(top.pixel, bottom.pixel);
             const auto [line0, line1] = limits(top.line, bottom.line);
-            const float margin = std::max(pixel1 - pixel0, line1 - line0) + 1;
+            const float extent = std::max(pixel1 - pixel0, line1 - line0);
+            const float margin = bend_ * extent + 0.05F; // rounding of a float position: 0.004
             box = {pixel0 - margin, pixel1 + margin, line0 - margin, line1 + margin};
         }
         whole_.pixel0 = std::min(whole_.pixel0, box.pixel0);
@@ -333,6 +385,7 @@ NbStripPositions::NbStripPositions(NbSatObject* object, const NbGrid& grid, NbCe
     line_.resize(cells);
     if (fields.wantsOrder()) order_.resize(cells);
     if (fields.wantsInfo()) info_.resize(cells);
+    weightX_.resize(static_cast<std::size_t>(std::min(grid.proj->roughX, grid.columns)) + 1);
 }
 
 NbLatticeRow& NbStripPositions::loadRow(const NbLatticeEarth& earth, int row)
@@ -369,6 +422,7 @@ NbStripPositions::Result NbStripPositions::fill(const char* caller, const NbLatt
                                                 int strip)
 {
     caller_ = caller;
+    strip_ = strip;
     topRow_ = grid_.firstRow(strip);
     firstColumn_ = 0;
     endColumn_ = grid_.columns;
@@ -476,18 +530,26 @@ bool NbStripPositions::exactPoints()
 {
     const std::size_t n = askAt_.size();
     if (n == 0) return true;
-    for (auto* v : {&askX_, &askY_, &askPixel_, &askLine_})
+    for (auto* v : {&askX_, &askY_, &askPixel_, &askLine_, &askLimb_})
         v->resize(n);
     for (auto* v : {&askOrder_, &askInfo_})
         v->resize(n);
-    const auto stride = static_cast<std::size_t>(grid_.columns);
-    for (std::size_t i = 0; i < n; ++i) {
-        askX_[i] = static_cast<float>(askAt_[i] % stride);
-        askY_[i] = static_cast<float>(topRow_ + static_cast<int>(askAt_[i] / stride));
+    if (raw_ && !fields_.any()) {
+        if (!raw_->atCells(caller_, strip_, askAt_, askPixel_.data(), askLine_.data(),
+                           askLimb_.data()))
+            return false;
+        raw_->nav()->limit(object_->privateData, askPixel_.data(), askLine_.data(), askLimb_.data(),
+                           static_cast<int>(n));
+    } else {
+        const auto stride = static_cast<std::size_t>(grid_.columns);
+        for (std::size_t i = 0; i < n; ++i) {
+            askX_[i] = static_cast<float>(askAt_[i] % stride);
+            askY_[i] = static_cast<float>(topRow_ + static_cast<int>(askAt_[i] / stride));
+        }
+        if (!exact_.atCells(caller_, askX_.data(), askY_.data(), static_cast<int>(n),
+                            askPixel_.data(), askLine_.data(), askOrder_.data(), askInfo_.data()))
+            return false;
     }
-    if (!exact_.atCells(caller_, askX_.data(), askY_.data(), static_cast<int>(n), askPixel_.data(),
-                        askLine_.data(), askOrder_.data(), askInfo_.data()))
-        return false;
     for (std::size_t i = 0; i < n; ++i) {
         pixel_[askAt_[i]] = askPixel_[i];
         line_[askAt_[i]] = askLine_[i];
@@ -539,6 +601,8 @@ void NbStripPositions::interpolatePiece(const Piece& p)
     const int height = p.y1 - p.y0;
     const std::size_t corner[4] = {index(p.x0, p.y0), index(p.x1, p.y0), index(p.x0, p.y1),
                                    index(p.x1, p.y1)};
+    for (int x = 0; x < x1 - p.x0; ++x)
+        weightX_[static_cast<std::size_t>(x)] = static_cast<float>(x) / static_cast<float>(width);
     // The corners are read before cells are written: at the grid's edge they are cells too.
     const auto plane = [&](NbArray<float>& values) {
         const float a = values[corner[0]];
@@ -547,9 +611,11 @@ void NbStripPositions::interpolatePiece(const Piece& p)
         const float d = values[corner[3]];
         for (int y = p.y0; y < y1; ++y) {
             const float wy = static_cast<float>(y - p.y0) / static_cast<float>(height);
-            for (int x = p.x0; x < x1; ++x) {
-                const float wx = static_cast<float>(x - p.x0) / static_cast<float>(width);
-                values[index(x, y)] =
+            float* const out = values.data() + index(p.x0, y);
+            const float* const weight = weightX_.data();
+            for (int x = 0; x < x1 - p.x0; ++x) {
+                const float wx = weight[x];
+                out[x] =
                     wy * wx * d + wy * (1 - wx) * c + (1 - wy) * wx * b + (1 - wy) * (1 - wx) * a;
             }
         }

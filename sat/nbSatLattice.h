@@ -121,6 +121,12 @@ public:
     std::span<const float> line(int row) const { return rows_[row & 1].line; }
     std::span<const float> limb(int row) const { return rows_[row & 1].limb; }
 
+    // Raw positions of single cells of a strip, given by their index into its planes. Each is
+    // navigated once for all objects: where one segment ends the next one begins, and both ask
+    // for the same cells. False when the projection refuses its record (logged).
+    bool atCells(const char* caller, int strip, std::span<const std::size_t> cells, float* pixel,
+                 float* line, float* limb);
+
     // Makes the boxes of a strip, whose two rows are loaded.
     void makeBoxes(int strip);
     // Nothing of the strip, of the lattice cell, can lie on a file with these bounds.
@@ -149,11 +155,24 @@ private:
     const NbGrid& grid_;
     const NbSatRawNav* nav_;
     void* p_;
-    float limbMargin_;
+    float bend_ = 1;       // what a cell can bend between its corners, in parts of its extent
+    float limbMargin_ = 0; // and in limb values where these have no slope, km^2
     std::array<Row, 2> rows_;
     NbArray<Box> boxes_;
     Box whole_{};
     int boxStrip_ = -1;
+
+    // Cells known of the strip at hand; made when first asked for.
+    struct Cell {
+        int strip = -1;
+        float pixel = 0;
+        float line = 0;
+        float limb = 0;
+    };
+    NbArray<Cell> cells_;
+    std::vector<std::size_t> unknown_;
+    std::vector<float> x_, y_, pixel_, line_, limb_;
+    std::vector<double> lon_, lat_;
 };
 
 // True when the lattice is fine enough for its raw corners to bound a cell.
@@ -227,9 +246,11 @@ private:
 
     // of the strip at hand
     const char* caller_ = "";
+    int strip_ = 0;
     int topRow_ = 0;
+    std::vector<float> weightX_; // of the columns of the piece at hand
     // points that border() asks for together
     std::vector<std::size_t> askAt_;
-    std::vector<float> askX_, askY_, askPixel_, askLine_;
+    std::vector<float> askX_, askY_, askPixel_, askLine_, askLimb_;
     std::vector<double> askOrder_, askInfo_;
 };
