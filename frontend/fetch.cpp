@@ -45,18 +45,22 @@ void cropAngles(std::span<NbSatObject> objects, NbProjPara& map,
     for (std::size_t i = 0; i < columns; ++i)
         x[i] = static_cast<float>(i);
     for (int row = 0; row < map.yNum; ++row) {
-        const std::size_t at = static_cast<std::size_t>(row) * columns;
-        std::fill_n(&zenith[at], columns, 90.0); // no angle: no adjustment
-        if (owner[at] >= objects.size()) continue;
+        const auto owners = owner.subspan(static_cast<std::size_t>(row) * columns, columns);
+        const auto zeniths = zenith.subspan(static_cast<std::size_t>(row) * columns, columns);
+        std::fill(zeniths.begin(), zeniths.end(), 90.0); // no angle: no adjustment
         std::fill(y.begin(), y.end(), static_cast<float>(row));
         if (nbProjXYToLonLat(x.data(), y.data(), lon.data(), lat.data(), map.xNum, &map) < 0)
             continue;
-        nbSatLonLatToPixLinInfo(&objects[owner[at]], lon.data(), lat.data(), pixel.data(),
-                                line.data(), info.data(), map.xNum);
-        for (std::size_t i = 0; i < columns; ++i) {
-            if (line[i] == -9999.0F) continue;
-            zenith[at + i] = info[i].sunZenith;
-            if (!glint.empty()) glint[at + i] = info[i].glintAngle;
+        for (std::size_t k = 0; k < objects.size(); ++k) {
+            if (std::find(owners.begin(), owners.end(), k) == owners.end()) continue;
+            nbSatLonLatToPixLinInfo(&objects[k], lon.data(), lat.data(), pixel.data(), line.data(),
+                                    info.data(), map.xNum);
+            for (std::size_t i = 0; i < columns; ++i) {
+                if (owners[i] != k || line[i] == -9999.0F) continue;
+                zeniths[i] = info[i].sunZenith;
+                if (!glint.empty())
+                    glint[static_cast<std::size_t>(row) * columns + i] = info[i].glintAngle;
+            }
         }
     }
 }
