@@ -149,4 +149,3 @@ const bool registered = [] {
 }();
 } // namespace
 
-BENCHMARK_MAIN();
