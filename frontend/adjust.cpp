@@ -2,6 +2,7 @@
 
 #include "sat/nbSat.h"
 #include "sat/nbSatElem.h"
+#include "util/nbFile.h"
 
 #include <cstdio>
 
@@ -23,4 +24,13 @@ void AdjNavPara(NbSatObject* object, const NbSettings& settings)
 NbLandmarkResult adjustByLandmark(NbSettings&)
 {
     return NbLandmarkResult::Skipped;
+}
+
+void writeShiftFile(const NbSettings& settings)
+{
+    if (!settings.shiftName) return;
+    const NbFilePtr file(std::fopen(settings.shiftName->c_str(), "we"));
+    if (!file) return;
+    std::fprintf(file.get(), "%f,%f\n", static_cast<double>(settings.offsetX),
+                 static_cast<double>(settings.offsetY));
 }

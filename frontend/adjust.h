@@ -11,10 +11,17 @@
  */
 void AdjNavPara(NbSatObject* object, const NbSettings& settings);
 
-enum class NbLandmarkResult { Skipped };
+enum class NbLandmarkResult {
+    Skipped, // no landmark data file: the shift is as it was
+    Matched,
+    NotFound
+};
+
+/** Moves the shift of the settings to where landmarks match. */
+NbLandmarkResult adjustByLandmark(NbSettings& settings);
 
 /**
- * Moves the shift of the settings to where landmarks match. Skipped, with the shift as it was,
- * where there is no landmark data file.
+ * Writes the shift to the file that a shift was read from, as it is, so that the next run can
+ * start from it without a rate. Without such a file, or when it does not open, nothing happens.
  */
-NbLandmarkResult adjustByLandmark(NbSettings& settings);
+void writeShiftFile(const NbSettings& settings);

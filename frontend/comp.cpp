@@ -95,7 +95,7 @@ private:
         held_.clear();
     }
 
-    std::array<std::uint8_t, ringSize + lookahead - 1 + 1> ring_{}; // its start again at its end
+    std::array<std::uint8_t, ringSize + lookahead - 1> ring_{}; // its start again at its end
     std::array<Node, ringSize + 1 + roots> node_{};
     int matchPosition_ = 0;
     int matchLength_ = 0;

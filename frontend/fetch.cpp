@@ -17,17 +17,6 @@ constexpr std::uint8_t noOwner = 255;
 // Selectors of nbSatGetI2ProjData: field of NbPointInfo + 1.
 enum InfoSelector { sunZenithSelector = 4, glintAngleSelector = 7 };
 
-// nbSatGetI2ProjData with its owner and information planes. A single object gives them when its
-// count of linked objects is 0 during the call.
-int fetchExtended(NbSatObject* object, NbProjPara& map, int mode, int infoSel, std::int16_t* cells,
-                  double* info, std::uint8_t* owner)
-{
-    if (mode == 0) object->objectNum = 0;
-    const int result = nbSatGetI2ProjData(object, &map, cells, mode, infoSel, info, owner);
-    if (mode == 0) object->objectNum = 1;
-    return result;
-}
-
 // Sun zenith and glint angle of each cell of a crop, which the projecting does not give: from
 // the cells' earth positions in the image that gave them.
 void cropAngles(std::span<NbSatObject> objects, NbProjPara& map,
@@ -71,15 +60,16 @@ int fetchStrip(std::span<NbSatObject> objects, NbProjPara& map, int mode,
 {
     NbSatObject* const object = objects.data();
     if (map.prjType == NB_PROJ_ZOOM) {
-        const int result = fetchExtended(object, map, mode, 0, cells.data(), nullptr, owner.data());
+        const int result =
+            fetchWithOwners(object, map, mode, 0, cells.data(), nullptr, owner.data());
         if (result >= 0) cropAngles(objects, map, owner, zenith, glint);
         return result;
     }
-    const int result = fetchExtended(object, map, mode, sunZenithSelector, cells.data(),
-                                     zenith.data(), owner.data());
+    const int result = fetchWithOwners(object, map, mode, sunZenithSelector, cells.data(),
+                                       zenith.data(), owner.data());
     if (result < 0 || glint.empty()) return result;
-    return fetchExtended(object, map, mode, glintAngleSelector, cells.data(), glint.data(),
-                         owner.data());
+    return fetchWithOwners(object, map, mode, glintAngleSelector, cells.data(), glint.data(),
+                           owner.data());
 }
 
 int fetchSunAdjusted(std::span<NbSatObject> objects, NbProjPara& map, int mode, int sunAdjust,
@@ -121,6 +111,15 @@ int fetchSunAdjusted(std::span<NbSatObject> objects, NbProjPara& map, int mode, 
 
 } // namespace
 
+int fetchWithOwners(NbSatObject* object, NbProjPara& map, int mode, int infoSel,
+                    std::int16_t* cells, double* info, std::uint8_t* owner)
+{
+    if (mode == 0) object->objectNum = 0;
+    const int result = nbSatGetI2ProjData(object, &map, cells, mode, infoSel, info, owner);
+    if (mode == 0) object->objectNum = 1;
+    return result;
+}
+
 void divideBySunHeight(std::span<std::int16_t> cells, std::span<const std::uint8_t> owner,
                        std::span<const double> zenith, std::span<const double> glint, int levels)
 {
@@ -150,7 +149,7 @@ int fetchLevels(std::span<NbSatObject> objects, NbProjPara& map, const NbSetting
 
     NbPlane<std::uint8_t> owner(cells.size(), "fetchLevels()");
     const int result =
-        fetchExtended(objects.data(), map, mode, 0, cells.data(), nullptr, owner.data());
+        fetchWithOwners(objects.data(), map, mode, 0, cells.data(), nullptr, owner.data());
     const auto owners = owner.span();
     for (std::size_t i = 0; i < cells.size(); ++i)
         cells[i] = owners[i] == noOwner ? std::int16_t{-1} : cells[i];

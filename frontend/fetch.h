@@ -30,11 +30,19 @@ public:
     T* data() { return data_.get(); }
     std::size_t size() const { return size_; }
     std::span<T> span() { return {data_.get(), size_}; }
+    std::span<const T> span() const { return {data_.get(), size_}; }
 
 private:
     std::unique_ptr<T[], NbUtlFreer> data_;
     std::size_t size_ = 0;
 };
+
+/**
+ * nbSatGetI2ProjData with its owner and information planes. With `mode` 0 the first object alone
+ * gives them: its count of linked objects is 0 during the call and 1 afterwards.
+ */
+int fetchWithOwners(NbSatObject* object, NbProjPara& map, int mode, int infoSel,
+                    std::int16_t* cells, double* info, std::uint8_t* owner);
 
 /**
  * Fills `cells` with the levels of the selected element.

@@ -52,8 +52,14 @@ int NbInputs::open(const std::string& names)
         return NB_RUN_INPUT;
     }
     if (nbSatOpenObject(first(), names.c_str()) != 0) return NB_RUN_INPUT;
-    count_ = static_cast<std::size_t>(std::clamp<int>(first()->objectNum, 1, mostObjects));
     return NB_RUN_COMPLETE;
+}
+
+std::span<NbSatObject> NbInputs::opened()
+{
+    if (first()->fileFormatId == 0) return {};
+    const int count = std::clamp<int>(first()->objectNum, 1, mostObjects);
+    return {objects_.data(), static_cast<std::size_t>(count)};
 }
 
 void NbInputs::close()
@@ -63,7 +69,6 @@ void NbInputs::close()
         object.objectNum = 1; // this record alone
         nbSatCloseObject(&object);
     }
-    count_ = 0;
 }
 
 int readNameList(const char* path, std::string& names)

@@ -22,12 +22,11 @@ public:
     void close();
 
     NbSatObject* first() { return objects_.data(); }
-    // Those that opened, in their order.
-    std::span<NbSatObject> opened() { return {objects_.data(), count_}; }
+    // Those that are linked with the first, in their order; none when it is not open.
+    std::span<NbSatObject> opened();
 
 private:
     std::vector<NbSatObject> objects_;
-    std::size_t count_ = 0;
 };
 
 /** Joins up to ten names of a list file with blanks. An NbRunCode. */

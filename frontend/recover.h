@@ -6,6 +6,9 @@
 // 0 complete, 1 to 63 warning, 64 to 200 error. Also the exit status of the process.
 enum NbRunCode {
     NB_RUN_COMPLETE = 0,
+    // Deliberate: a difference image of a crop ends with status 1 and without a line, not even
+    // that of `recover`. With one, it would look like a run that warned and wrote its file.
+    NB_RUN_SILENT = 1,
     NB_RUN_BAD_ARGUMENTS = 70,
     NB_RUN_NO_MEMORY = 72,
     NB_RUN_INPUT = 73,       // an input, or the list of inputs, does not open

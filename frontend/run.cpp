@@ -2,7 +2,9 @@
 
 #include "frontend/adjust.h"
 #include "frontend/channel.h"
+#include "frontend/compressFile.h"
 #include "frontend/coverage.h"
+#include "frontend/difference.h"
 #include "frontend/fetch.h"
 #include "frontend/inputs.h"
 #include "frontend/levelTable.h"
@@ -31,7 +33,8 @@ struct Source {
     int pixels = 0;
     int lines = 0;
     int levels = 0;
-    std::string channelName;
+    std::string channelName; // not of a difference
+    std::string secondPath;  // of a difference of two files
 };
 
 // The level tables of a run.
@@ -39,6 +42,15 @@ struct Levels {
     std::vector<float> output; // value of each output level
     // Value of each source level; empty when the levels go out as they come in.
     std::vector<float> source;
+};
+
+// The picture to write.
+struct Image {
+    std::string label;
+    Levels levels;
+    int levelCount = 0;       // of the cells
+    std::int16_t invalid = 0; // a cell without an image
+    NbPlane<std::int16_t> cells;
 };
 
 int checkArguments(const NbSettings& settings)
@@ -52,26 +64,39 @@ int checkArguments(const NbSettings& settings)
         complain("difference mode %d asked for, 1 to 3 expected", settings.difference);
         return NB_RUN_BAD_ARGUMENTS;
     }
-    if (settings.difference != 0) {
-        complain("this build does not make difference images (-s) yet");
-        return NB_RUN_FAILED;
-    }
     return NB_RUN_COMPLETE;
 }
 
-int openInputs(const NbSettings& settings, NbInputs& inputs)
+// Opens the input, or the first file of a difference by two names.
+int openInputs(const NbSettings& settings, NbInputs& inputs, Source& source)
 {
-    std::string names = settings.inputName;
-    if (settings.listInput) {
-        if (const int code = readNameList(settings.inputName.c_str(), names); code != 0)
-            return code;
+    std::string input = settings.inputName;
+    std::string names = input;
+    const auto paths =
+        settings.difference != 0 ? differencePaths(settings.difference, input) : std::nullopt;
+    if (paths) {
+        input = names = paths->first; // the name given may be that of no file
+        source.secondPath = paths->second;
+    } else if (settings.listInput) {
+        if (const int code = readNameList(input.c_str(), names); code != 0) return code;
     }
-    if (isInputFile(settings.outputName.c_str(), settings.inputName, names)) {
-        complain("%s: is an input file, another file expected for the output",
-                 settings.outputName.c_str());
+    const char* const output = settings.outputName.c_str();
+    if (isInputFile(output, input, names) ||
+        isInputFile(output, source.secondPath, source.secondPath)) {
+        complain("%s: is an input file, another file expected for the output", output);
         return NB_RUN_OUTPUT_OPEN;
     }
     return inputs.open(names);
+}
+
+// Refuses a level count that neither the object nor the level tables can hold.
+int checkLevels(const NbSettings& settings, int channel, int levels)
+{
+    constexpr int mostLevels = 32767;
+    if (levels >= 2 && levels <= mostLevels) return NB_RUN_COMPLETE;
+    complain("%s: channel %d has %d levels, 2 to %d expected", settings.inputName.c_str(), channel,
+             levels, mostLevels);
+    return NB_RUN_INPUT;
 }
 
 int readChannel(const NbSettings& settings, NbInputs& inputs, Source& source)
@@ -87,29 +112,38 @@ int readChannel(const NbSettings& settings, NbInputs& inputs, Source& source)
     char name[1024] = ""; // a driver's text has at most 255 bytes
     const int result = nbSatGetChInfo(object, settings.channel, &source.pixels, &source.lines,
                                       &source.levels, name);
-    constexpr int mostLevels = 32767;
-    if (result < 0 || source.levels < 2 || source.levels > mostLevels) {
-        complain("%s: channel %d has %d levels, 2 to %d expected", path, settings.channel,
-                 source.levels, mostLevels);
-        return NB_RUN_INPUT;
-    }
+    if (const int code = checkLevels(settings, settings.channel, result < 0 ? 0 : source.levels);
+        code != 0)
+        return code;
     name[sizeof name - 1] = '\0';
     source.channelName = name;
     object->levelNum = static_cast<std::int16_t>(source.levels);
     return NB_RUN_COMPLETE;
 }
 
+// The first channel of a difference, selected.
+int readFirstChannel(const NbSettings& settings, const NbDifference& difference, NbInputs& inputs,
+                     Source& source)
+{
+    NbSatObject* const object = inputs.first();
+    if (selectDifferenceElement(object, difference.first) == nullptr) {
+        complain("%s: has no element '%s' for the difference", object->fileName, difference.first);
+        return NB_RUN_UNKNOWN_CHANNEL;
+    }
+    source.pixels = object->pixelNum;
+    source.lines = object->lineNum;
+    source.levels = object->levelNum;
+    return checkLevels(settings, nbSatGetChannel(object, 0), source.levels);
+}
+
 // The map of the run, settings changed by the setup file.
 int setUpMap(NbSettings& settings, const Source& source, NbInputs& inputs, NbProjPara& map)
 {
+    if (settings.projection < 0 && settings.difference != 0) return NB_RUN_SILENT;
     map = defaultMap(settings.projection);
     if (!settings.setupName.empty()) applySetupFile(settings.setupName.c_str(), settings, map);
     map.roughX = settings.roughness;
     map.roughY = settings.roughness;
-    if (settings.compress) {
-        complain("this build does not compress (-z) yet");
-        return NB_RUN_FAILED;
-    }
     if (settings.gap > 0) nbSatSetStopGap(inputs.first(), settings.gap);
     if (map.prjType == NB_PROJ_ZOOM) settleCrop(map, source.pixels, source.lines);
     if (!mapIsBounded(map)) {
@@ -186,6 +220,13 @@ void makeTables(NbSatObject* object, const NbChannelElements& elements, bool non
                  levels.source);
 }
 
+// The level tables of a difference: its scale, over the levels of either side.
+void makeScale(const NbDifference& difference, Levels& levels)
+{
+    for (std::vector<float>* table : {&levels.output, &levels.source})
+        fillLine(difference.low, difference.high, static_cast<int>(table->size()) - 1, *table);
+}
+
 // Satellite position and attitude of the header, from version 1.1 on.
 void fillSatellite(NbSatObject* object, NbGridHeader& header)
 {
@@ -211,15 +252,59 @@ std::vector<std::uint16_t> makeConversion(const NbSettings& settings, int source
     return nearestLevels(levels.source, levels.output, sourceLevels);
 }
 
+// The levels of one channel, its label and its tables.
+int makeChannelImage(NbSettings& settings, const Source& source, const std::string& prefix,
+                     NbInputs& inputs, NbProjPara& map, Image& image)
+{
+    NbSatObject* const object = inputs.first();
+    const auto elements = channelElements(source.channelName, settings.nameColumn, prefix);
+    if (!elements) {
+        complain("%s: nothing is known of a channel named '%s'", settings.inputName.c_str(),
+                 source.channelName.c_str());
+        return NB_RUN_UNKNOWN_CHANNEL;
+    }
+    image.label = elements->label;
+    if (!elements->keepsSunAdjust) settings.sunAdjust = 0;
+    makeTables(object, *elements, settings.nonlinear, image.levels);
+    if (settings.landmark && inputs.opened().size() == 1) {
+        const NbLandmarkResult found = adjustByLandmark(settings);
+        if (found == NbLandmarkResult::NotFound) return NB_RUN_FAILED;
+        if (found == NbLandmarkResult::Matched) writeShiftFile(settings);
+    }
+    for (NbSatObject& each : inputs.opened())
+        AdjNavPara(&each, settings);
+    image.levelCount = object->levelNum;
+    image.invalid = nbpErrorLevel(object->errorValue);
+    const int fetched = fetchLevels(inputs.opened(), map, settings, image.cells.span());
+    return fetched < 0 ? NB_RUN_FAILED : NB_RUN_COMPLETE;
+}
+
+// The same of a difference of two channels.
+int makeDifferenceImage(const NbSettings& settings, const NbDifference& difference,
+                        const Source& source, const std::string& prefix, NbInputs& inputs,
+                        NbProjPara& map, Image& image)
+{
+    image.label = prefix + difference.label;
+    const int code = MakeDifImg(inputs, source.secondPath, difference, settings, map, image.cells,
+                                image.invalid);
+    if (code != 0) return code;
+    image.levelCount = inputs.first()->levelNum;
+    makeScale(difference, image.levels);
+    return NB_RUN_COMPLETE;
+}
+
 int convert(NbSettings& settings)
 {
     NbInputs inputs;
     Source source;
     NbProjPara map{};
     NbCoverage coverage;
+    const NbDifference* const difference = differenceOf(settings.difference);
     int code = checkArguments(settings);
-    if (code == 0) code = openInputs(settings, inputs);
-    if (code == 0) code = readChannel(settings, inputs, source);
+    if (code == 0) code = openInputs(settings, inputs, source);
+    if (code == 0)
+        code = difference != nullptr ? readFirstChannel(settings, *difference, inputs, source)
+                                     : readChannel(settings, inputs, source);
     if (code == 0) code = setUpMap(settings, source, inputs, map);
     if (code == 0) code = probe(settings, inputs, map, coverage);
     if (code != 0) return code;
@@ -233,44 +318,40 @@ int convert(NbSettings& settings)
     header.start = times.start;
     header.end = times.end;
     fillHeader(settings, map, coverage, levelCount, header);
-    NbPlane<std::int16_t> cells(
+
+    Image image;
+    image.cells = NbPlane<std::int16_t>(
         static_cast<std::size_t>(map.xNum) * static_cast<std::size_t>(map.yNum), "nimbex");
-
-    Levels levels;
-    levels.output.resize(static_cast<std::size_t>(levelCount));
+    image.levels.output.resize(static_cast<std::size_t>(levelCount));
     if (object->levelNum != levelCount || settings.tableName)
-        levels.source.resize(static_cast<std::size_t>(object->levelNum));
+        image.levels.source.resize(static_cast<std::size_t>(object->levelNum));
     const std::string prefix = labelPrefix(header.satelliteWord, settings.sensorWord == 1);
-    const auto elements = channelElements(source.channelName, settings.nameColumn, prefix);
-    if (!elements) {
-        complain("%s: nothing is known of a channel named '%s'", settings.inputName.c_str(),
-                 source.channelName.c_str());
-        return NB_RUN_UNKNOWN_CHANNEL;
-    }
-    header.label = elements->label;
-    if (!elements->keepsSunAdjust) settings.sunAdjust = 0;
-    makeTables(object, *elements, settings.nonlinear, levels);
-    if (settings.landmark && inputs.opened().size() == 1) adjustByLandmark(settings);
-
-    for (NbSatObject& each : inputs.opened())
-        AdjNavPara(&each, settings);
-    const int sourceLevels = std::max<int>(object->levelNum, 1);
-    const std::int16_t invalid = nbpErrorLevel(object->errorValue);
-    const int fetched = fetchLevels(inputs.opened(), map, settings, cells.span());
+    code = difference != nullptr
+               ? makeDifferenceImage(settings, *difference, source, prefix, inputs, map, image)
+               : makeChannelImage(settings, source, prefix, inputs, map, image);
+    if (code != 0) return code;
+    header.label = image.label;
     if (settings.versionCode > 10) fillSatellite(object, header);
     inputs.close();
-    if (fetched < 0) return NB_RUN_FAILED;
 
-    const auto conversion = makeConversion(settings, sourceLevels, levels);
+    const auto conversion = makeConversion(settings, std::max(image.levelCount, 1), image.levels);
     const auto pixels = std::make_unique<NbPixelTable>();
-    fillPixelTable(conversion, invalid, header, *pixels);
-    return writeNimbexFile(settings.outputName, header, levels.output, *pixels, cells.span());
+    fillPixelTable(conversion, image.invalid, header, *pixels);
+    return writeNimbexFile(settings.outputName, header, image.levels.output, *pixels,
+                           image.cells.span());
 }
 
 } // namespace
 
 int runConversion(NbSettings settings)
 {
-    const NbProgressLine progress;
-    return nbpGuard("nimbex", int{NB_RUN_NO_MEMORY}, [&] { return convert(settings); });
+    return nbpGuard("nimbex", int{NB_RUN_NO_MEMORY}, [&] {
+        int code = NB_RUN_COMPLETE;
+        {
+            const NbProgressLine progress;
+            code = convert(settings);
+        }
+        if (code != 0 || !settings.compress) return code;
+        return compressFile(settings.outputName);
+    });
 }

@@ -16,6 +16,6 @@ int main(int argc, char** argv)
     }
     const NbSettings settings = parseCommandLine(arguments);
     const int code = runConversion(settings);
-    recover(code, 0);
+    if (code != NB_RUN_SILENT) recover(code, 0);
     return code;
 }

@@ -1,6 +1,5 @@
 // The converter as a program: arguments, exit status, standard error, bytes of the file.
-#include "tests/support/support.h"
-#include "tests/synth/synthHisd.h"
+#include "tests/frontend/hisdDisk.h"
 
 #include <cmath>
 #include <cstring>
@@ -29,22 +28,6 @@ const char* const usage =
     "  options : -k[=lat0,lon0,lat1,lon1] (adjust location by landmark)\n"
     "  options : -h[/x|*x]=xxx (i/o file for shift values [rate])\n";
 
-ProgramResult nimbex(const std::vector<std::string>& arguments)
-{
-    return runProgram(NIMBEX_PROGRAM, arguments);
-}
-
-// A disk of 110 x 110 pixels, 100 km each.
-SynthHisd diskOf(int band)
-{
-    SynthHisd scene;
-    scene.band = band;
-    scene.cfac = scene.lfac = 409326;
-    scene.coff = scene.loff = 55.5F;
-    scene.actualSubLat = 0;
-    return scene;
-}
-
 // An infrared disk of 110 x 110 pixels, 12 bits, whose count is 3 column + 7 line (from 1).
 struct Program : testing::Test {
     Program()
@@ -68,14 +51,6 @@ struct Program : testing::Test {
     }
     TempDir dir;
 };
-
-std::string textAt(const Bytes& bytes, std::size_t offset, std::size_t length)
-{
-    std::string text;
-    for (std::size_t i = offset; i < offset + length && i < bytes.size(); ++i)
-        text += static_cast<char>(bytes[i]);
-    return text;
-}
 
 int intAt(const Bytes& bytes, std::size_t offset)
 {
@@ -290,19 +265,6 @@ TEST_F(Program, SunAdjustmentBrightensReflectanceAndLeavesTemperature)
     EXPECT_EQ(convert({"-a=-2"}, "ir.dat", "map"), convert({}, "ir.dat", "map"));
 }
 
-TEST_F(Program, ShiftMovesTheImageAndSaysSo)
-{
-    // The image is navigated 2 pixels further right: cells show what was 2 pixels further left.
-    const Bytes plain = convert({"-g=1"}, "ir.dat", "map");
-    const ProgramResult result =
-        nimbex({"-g=1", "-h:=2,0", dir / "ir.dat", dir / "out", dir / "map"});
-    EXPECT_EQ(result.err, "shift : chno=13, pixel=2.000000, line=0.000000\ncomplete : 0\n");
-    const Bytes moved = readFile(dir / "out");
-    const int before = numberAt<std::uint16_t>(plain, rowAt(plain, 20) + 40);
-    const int after = numberAt<std::uint16_t>(moved, rowAt(moved, 20) + 40);
-    EXPECT_EQ(std::abs(after - before), 6); // two columns of 3 counts
-}
-
 TEST_F(Program, OptionsWithoutEffectHereChangeNothing)
 {
     const Bytes plain = convert({"-p=crop"});
@@ -337,7 +299,6 @@ TEST_F(Program, FailuresEndWithTheirCodeAndLeaveNoOutput)
     writeText(dir / "manyNames", "a\n");
     writeText(dir / "far", "STDLON -60\nSTDLAT 30\n");
     writeText(dir / "huge", "STDXNUM 2000000000\nSTDYNUM 2000000000\n");
-    writeText(dir / "compressed", "CMPFLG 1\n");
     SynthHisd unknown = diskOf(13);
     unknown.satellite = "Unknown";
     unknown.write(dir / "unknown.dat");
@@ -362,9 +323,6 @@ TEST_F(Program, FailuresEndWithTheirCodeAndLeaveNoOutput)
         {{"@ir.dat", "@no/out", "@map"}, 74, "No such file or directory"},
         {{"@ir.dat", "@", "@map"}, 74, "Is a directory"},
         {{"@ir.dat", "@far", "@far"}, 77, "no cell of the grid"},
-        {{"-s", "@ir.dat", "@out"}, 80, "-s"},
-        {{"-z", "@ir.dat", "@out"}, 80, "-z"},
-        {{"@ir.dat", "@out", "@compressed"}, 80, "-z"},
         {{"@unknown.dat", "@out", "@map"}, 75, ""},
     };
     for (const FailureCase& row : rows) {
