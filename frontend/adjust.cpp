@@ -1,6 +1,8 @@
 #include "frontend/adjust.h"
 
+#include "drivers/vissr/nbVissr.h"
 #include "sat/nbSat.h"
+#include "sat/nbSatAnalSatId.h"
 #include "sat/nbSatElem.h"
 #include "util/nbFile.h"
 
@@ -9,6 +11,8 @@
 void AdjNavPara(NbSatObject* object, const NbSettings& settings)
 {
     const int channel = nbSatGetChannel(object, 0);
+    if (object->fileFormatId == NB_FORMAT_VISSR && channel > 1)
+        nbpVissrAlignCentreLine(object->privateData, channel);
     const std::int16_t linked = object->objectNum;
     if (linked > 1) object->objectNum = 1; // this record alone, not its list
     nbSatSetDiffPixLin(object, 0, 0);

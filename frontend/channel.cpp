@@ -1,5 +1,6 @@
 #include "frontend/channel.h"
 
+#include "drivers/vissr/nbVissr.h"
 #include "sat/nbSatAnalSatId.h"
 
 #include <array>
@@ -98,6 +99,13 @@ std::string GetSatName(const NbSatObject& object)
     if (object.fileFormatId == NB_FORMAT_HISD) {
         if (name.find("Himawari-8") != std::string::npos) return "Himawa-8";
         if (name.find("Himawari-9") != std::string::npos) return "Himawa-9";
+    }
+    if (object.fileFormatId == NB_FORMAT_VISSR) {
+        // GOES satellites carry one name in these files; where they stood tells them apart.
+        const double lon = nbpVissrGetStartLon(object.privateData);
+        if (lon > -80 && lon < -70) return "GOES-8";
+        if (lon > -140 && lon < -130) return "GOES-10";
+        if (lon > 150) return "GOES-9";
     }
     return name;
 }

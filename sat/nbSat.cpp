@@ -1,6 +1,10 @@
 #include "sat/nbSat.h"
 
 #include "drivers/hisd/nbHisd.h"
+#include "drivers/native/nbNative.h"
+#include "drivers/ngac/nbNgac.h"
+#include "drivers/ngacv1/nbNgacv1.h"
+#include "drivers/vissr/nbVissr.h"
 #include "geo/nbDate.h"
 #include "sat/nbSatAnalSatId.h"
 #include "sat/nbSatElem.h"
@@ -35,18 +39,18 @@ struct NbFormat {
 };
 
 constexpr std::array<NbFormat, 17> formatTable = {{
-    {NB_FORMAT_VISSR, "VISSR", "vissr", nullptr},
+    {NB_FORMAT_VISSR, "VISSR", "vissr", nbVissrLinkSat},
     {NB_FORMAT_HRIT, "HRIT", "hrit", nullptr},
     {NB_FORMAT_HRPT, "HRPT", "hrpt", nullptr},
-    {NB_FORMAT_NGAC, "NGAC", "ngac", nullptr},
+    {NB_FORMAT_NGAC, "NGAC", "ngac", nbNgacLinkSat},
     {NB_FORMAT_SVISSR, "SVISSR", "svissr", nullptr},
     {NB_FORMAT_GVAR, "GVAR", "gvar", nullptr},
     {NB_FORMAT_HIRID, "HIRID", "hirid", nullptr},
     {NB_FORMAT_METEO, "METEO", "meteo", nullptr},
     {NB_FORMAT_MRAW, "MRAW", "mraw", nullptr},
     {NB_FORMAT_AAPP, "AAPP", "aapp", nullptr},
-    {NB_FORMAT_NGACV1, "NGACV1", "ngacv1", nullptr},
-    {NB_FORMAT_NATIVE, "NATIVE", "native", nullptr},
+    {NB_FORMAT_NGACV1, "NGACV1", "ngacv1", nbNgacv1LinkSat},
+    {NB_FORMAT_NATIVE, "NATIVE", "native", nbNativeLinkSat, &nbpNativeRawNav},
     {NB_FORMAT_JAMI, "JAMI", "jami", nullptr},
     {NB_FORMAT_MTP, "MTP", "mtp", nullptr},
     {NB_FORMAT_ABI, "ABI", "", nullptr},

@@ -7,6 +7,10 @@
  * prints its cells, a row a line; 0 when all went well.
  */
 #include "drivers/hisd/nbHisd.h"
+#include "drivers/native/nbNative.h"
+#include "drivers/ngac/nbNgac.h"
+#include "drivers/ngacv1/nbNgacv1.h"
+#include "drivers/vissr/nbVissr.h"
 #include "geo/nbAstroUtl.h"
 #include "geo/nbDate.h"
 #include "geo/nbMatrix.h"

@@ -99,10 +99,10 @@ TEST(SatOpen, OptionWord)
     }
     {
         StderrCapture err;
-        EXPECT_EQ(nbSatOpenObject(&object, (path + "?type=vissr").c_str()), 1);
+        EXPECT_EQ(nbSatOpenObject(&object, (path + "?type=hirid").c_str()), 1);
         EXPECT_EQ(err.get(),
                   "NB_Error: nbSatOpenObject() : " + path +
-                      ": format VISSR is recognised, but this build has no reader for it\n");
+                      ": format HIRID is recognised, but this build has no reader for it\n");
     }
     {
         StderrCapture err;
