@@ -1,6 +1,8 @@
 #include "sat/nbSat.h"
 
+#include "drivers/gvar/nbGvar.h"
 #include "drivers/hisd/nbHisd.h"
+#include "drivers/hrit/nbHrit.h"
 #include "drivers/native/nbNative.h"
 #include "drivers/ngac/nbNgac.h"
 #include "drivers/ngacv1/nbNgacv1.h"
@@ -28,7 +30,7 @@ namespace {
 
 constexpr const char* sourceName = "nbSat";
 
-// A format: a new driver is a new row's three last entries.
+// A format: a new driver is a new row's last entries.
 struct NbFormat {
     NbSatFormatId id;
     const char* name;                                          // for messages
@@ -36,15 +38,17 @@ struct NbFormat {
     int (*link)(NbSatObject* object, const char* path);        // null: no driver
     const NbSatRawNav* rawNav = nullptr;                       // raw positions, if it gives them
     void (*setImgQualThresh)(void* p, double limit) = nullptr; // null: has no such limit
+    int (*hasRawNav)(const void* p) = nullptr;                 // null: every file gives them
 };
 
 constexpr std::array<NbFormat, 17> formatTable = {{
     {NB_FORMAT_VISSR, "VISSR", "vissr", nbVissrLinkSat},
-    {NB_FORMAT_HRIT, "HRIT", "hrit", nullptr},
+    {NB_FORMAT_HRIT, "HRIT", "hrit", nbHritLinkSat, &nbpHritRawNav, nbpHritSetImgQualThresh,
+     nbpHritHasRawNav},
     {NB_FORMAT_HRPT, "HRPT", "hrpt", nullptr},
     {NB_FORMAT_NGAC, "NGAC", "ngac", nbNgacLinkSat},
     {NB_FORMAT_SVISSR, "SVISSR", "svissr", nullptr},
-    {NB_FORMAT_GVAR, "GVAR", "gvar", nullptr},
+    {NB_FORMAT_GVAR, "GVAR", "gvar", nbGvarLinkSat},
     {NB_FORMAT_HIRID, "HIRID", "hirid", nullptr},
     {NB_FORMAT_METEO, "METEO", "meteo", nullptr},
     {NB_FORMAT_MRAW, "MRAW", "mraw", nullptr},
@@ -392,7 +396,9 @@ int nbSatSetImgQualThresh(NbSatObject* object, double threshold)
 const NbSatRawNav* nbpSatRawNav(const NbSatObject* object)
 {
     const NbFormat* format = formatOf(object->fileFormatId);
-    return format == nullptr ? nullptr : format->rawNav;
+    if (format == nullptr) return nullptr;
+    const bool has = format->hasRawNav == nullptr || format->hasRawNav(object->privateData) != 0;
+    return has ? format->rawNav : nullptr;
 }
 
 } // extern "C"

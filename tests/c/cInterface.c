@@ -6,7 +6,9 @@
  * Projects FILE, an image of Himawari band 13, on a small map of longitudes and latitudes and
  * prints its cells, a row a line; 0 when all went well.
  */
+#include "drivers/gvar/nbGvar.h"
 #include "drivers/hisd/nbHisd.h"
+#include "drivers/hrit/nbHrit.h"
 #include "drivers/native/nbNative.h"
 #include "drivers/ngac/nbNgac.h"
 #include "drivers/ngacv1/nbNgacv1.h"

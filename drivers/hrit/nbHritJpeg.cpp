@@ -1,0 +1,143 @@
+#include "drivers/hrit/nbHritJpeg.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <dirent.h>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+// What a decoder may use. The file size leaves room for an image that is somewhat larger than the
+// segment; a stream that claims a far larger one ends there and not with a full disk.
+constexpr std::int64_t spareBytes = std::int64_t{1} << 20;
+constexpr rlim_t mostSeconds = 600; // of processor time
+
+bool exists(const std::string& path)
+{
+    struct stat status = {};
+    return !path.empty() && stat(path.c_str(), &status) == 0;
+}
+
+bool isPlain(std::string_view path)
+{
+    const auto plain = [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+               c == '/' || c == '.' || c == '_' || c == '-' || c == '+';
+    };
+    return path.starts_with('/') && std::ranges::all_of(path, plain);
+}
+
+// A directory of a decoder's run, under TMPDIR when that is a plain path. It goes with all that is
+// in it.
+class RunDirectory {
+public:
+    RunDirectory()
+    {
+        const char* place = std::getenv("TMPDIR");
+        path_ = place != nullptr && isPlain(place) ? place : "/tmp";
+        path_ += "/NIMBL_HRIT_XXXXXX";
+        made_ = mkdtemp(path_.data()) != nullptr;
+    }
+    ~RunDirectory()
+    {
+        if (!made_) return;
+        if (DIR* list = opendir(path_.c_str()); list != nullptr) {
+            while (const dirent* entry = readdir(list))
+                unlinkat(dirfd(list), entry->d_name, 0); // not "." and ".."
+            closedir(list);
+        }
+        rmdir(path_.c_str());
+    }
+    RunDirectory(const RunDirectory&) = delete;
+    RunDirectory& operator=(const RunDirectory&) = delete;
+
+    bool made() const { return made_; }
+    std::string stem() const { return path_ + "/image"; }
+
+private:
+    std::string path_;
+    bool made_ = false;
+};
+
+// Copies the rest of a stream into a new file; false when it cannot be written whole.
+bool copyRest(std::FILE* in, const std::string& path)
+{
+    NbFilePtr out(std::fopen(path.c_str(), "wb"));
+    if (!out) return false;
+    std::vector<char> block(std::size_t{1} << 16);
+    while (const std::size_t n = std::fread(block.data(), 1, block.size(), in))
+        if (std::fwrite(block.data(), 1, n, out.get()) != n) return false;
+    return std::ferror(in) == 0 && std::fflush(out.get()) == 0;
+}
+
+void limit(decltype(RLIMIT_CORE) what, rlim_t most)
+{
+    rlimit value = {};
+    getrlimit(what, &value);
+    value.rlim_max = std::min(value.rlim_max, most);
+    value.rlim_cur = value.rlim_max;
+    setrlimit(what, &value);
+}
+
+// Runs "tool -d stem" with its streams closed up and gives whether it ended well. The arguments
+// pass no shell, so no character of them can mean anything else.
+bool run(const std::string& tool, const std::string& stem, std::int64_t mostBytes)
+{
+    std::string program = tool;
+    std::string flag = "-d";
+    std::string name = stem;
+    char* const arguments[] = {program.data(), flag.data(), name.data(), nullptr};
+    const pid_t child = fork();
+    if (child < 0) return false;
+    if (child == 0) { // nothing but system calls from here on: other threads' locks may be held
+        const int null = open("/dev/null", O_RDWR);
+        for (const int stream : {0, 1, 2})
+            dup2(null, stream);
+        limit(RLIMIT_CORE, 0);
+        limit(RLIMIT_CPU, mostSeconds);
+        limit(RLIMIT_FSIZE, static_cast<rlim_t>(mostBytes));
+        execv(program.c_str(), arguments);
+        _exit(127);
+    }
+    int status = 0;
+    pid_t ended = 0;
+    do
+        ended = waitpid(child, &status, 0);
+    while (ended < 0 && errno == EINTR);
+    return ended == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+} // namespace
+
+std::string nbpHritJpegTool()
+{
+    if (const char* named = std::getenv("NB_HRIT_JPEG_DECODER"); named != nullptr && exists(named))
+        return named;
+    std::string_view list = NIMBEX_JPEG_DECODERS; // separated by colons
+    while (!list.empty()) {
+        const auto end = std::min(list.find(':'), list.size());
+        if (std::string path(list.substr(0, end)); exists(path)) return path;
+        list.remove_prefix(std::min(end + 1, list.size()));
+    }
+    return {};
+}
+
+NbFilePtr nbpHritJpegDecode(const std::string& tool, std::FILE* in, std::int64_t size)
+{
+    const RunDirectory directory;
+    if (!directory.made()) return nullptr;
+    const std::string stem = directory.stem();
+    if (!copyRest(in, stem + ".jpg")) return nullptr;
+    if (!run(tool, stem, 2 * size + spareBytes)) return nullptr;
+    // The stream keeps the image when its name goes with the directory.
+    NbFilePtr out = nbpFileOpenRead((stem + ".jpg.0").c_str(), false);
+    if (!out || nbpFileSize(out.get()) < size) return nullptr;
+    return out;
+}
