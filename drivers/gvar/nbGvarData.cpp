@@ -34,19 +34,23 @@ public:
             ++errors_;
             lastBad_ = n;
         }
-        over_ = code == gvarLineFileEnd || code == gvarLineNoMemory;
+        noMemory_ = code == gvarLineNoMemory;
+        over_ = code == gvarLineFileEnd || noMemory_;
         return line.counts.empty() ? nullptr : &line;
     }
     // Deliberate: a line behind the end of the file ends the call, also for positions further on
     // that have their line. Going on would search the file's end for each of them.
     bool over() const { return over_; }
-    int errors() const { return errors_; }
+    // Of the call: lines in error; -1 when memory ran out, for then lines are missing that the
+    // file has.
+    int result() const { return noMemory_ ? -1 : errors_; }
 
 private:
     NbGvarFile* file_;
     int errors_ = 0;
     int lastBad_ = -1;
     bool over_ = false;
+    bool noMemory_ = false;
 };
 
 // Turns the counts of a line into values.
@@ -95,7 +99,7 @@ int getDataByPixLin(NbGvarFile* file, const float* pixel, const float* line, Out
         convert.setLine(y);
         out[k] = convert(found->counts[static_cast<std::size_t>(x)]);
     }
-    return lines.errors();
+    return lines.result();
 }
 
 // Whether the selected element has physical values; logged when not.
@@ -150,7 +154,7 @@ int zoom(NbGvarFile* file, const NbZoomRect& rect, Out* out, int more, int endLi
                 if (columns[k] >= 0 && columns[k] < found->pixels())
                     row[k] = convert(found->counts[static_cast<std::size_t>(columns[k])]);
         }
-        return lines.errors();
+        return lines.result();
     });
 }
 
