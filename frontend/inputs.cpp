@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -42,16 +43,23 @@ NbInputs::NbInputs() : objects_(mostObjects) {}
 
 int NbInputs::open(const std::string& names)
 {
-    if (names.empty()) {
+    const std::size_t nameCount = names.empty() ? 0 : splitNames(names).size();
+    if (nameCount == 0) { // nothing, or blanks
         complain("the name of the input file is empty");
         return NB_RUN_INPUT;
     }
-    const std::size_t nameCount = splitNames(names).size();
     if (nameCount > mostObjects) {
         complain("%zu input files named, at most %zu expected", nameCount, mostObjects);
         return NB_RUN_INPUT;
     }
-    if (nbSatOpenObject(first(), names.c_str()) != 0) return NB_RUN_INPUT;
+    if (nbSatOpenObject(first(), names.c_str()) != 0) {
+        // A format that is named is not looked for, and its reader may be silent.
+        const auto option = names.find("?type=");
+        const std::string path = names.substr(0, option);
+        if (nameCount == 1 && option != std::string::npos && access(path.c_str(), R_OK) != 0)
+            complain("%s: cannot read the input file: %s", path.c_str(), std::strerror(errno));
+        return NB_RUN_INPUT;
+    }
     return NB_RUN_COMPLETE;
 }
 
@@ -93,7 +101,8 @@ int readNameList(const char* path, std::string& names)
             return NB_RUN_INPUT;
         }
     }
-    if (names.empty()) {
+    // Bytes of 0, as a damaged list has them, end a name before its first letter.
+    if (names.find_first_not_of(' ') == std::string::npos) {
         complain("%s: the list of input files holds no name", path);
         return NB_RUN_INPUT;
     }

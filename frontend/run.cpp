@@ -22,6 +22,8 @@
 #include "util/nbNumber.h"
 
 #include <algorithm>
+#include <cmath>
+#include <csignal>
 #include <memory>
 #include <string>
 #include <vector>
@@ -220,6 +222,16 @@ void makeTables(NbSatObject* object, const NbChannelElements& elements, bool non
                  levels.source);
 }
 
+// Says when levels have no value, as with a damaged calibration: a viewer has nothing to show.
+void reportBadValues(const NbSettings& settings, const std::vector<float>& table)
+{
+    const auto bad = std::count_if(table.begin(), table.end(),
+                                   [](float value) { return !std::isfinite(value); });
+    if (bad > 0)
+        complain("%s: %ld of %zu levels have no finite value, the calibration is damaged",
+                 settings.inputName.c_str(), static_cast<long>(bad), table.size());
+}
+
 // The level tables of a difference: its scale, over the levels of either side.
 void makeScale(const NbDifference& difference, Levels& levels)
 {
@@ -266,6 +278,7 @@ int makeChannelImage(NbSettings& settings, const Source& source, const std::stri
     image.label = elements->label;
     if (!elements->keepsSunAdjust) settings.sunAdjust = 0;
     makeTables(object, *elements, settings.nonlinear, image.levels);
+    reportBadValues(settings, image.levels.output);
     if (settings.landmark && inputs.opened().size() == 1) {
         const NbLandmarkResult found = adjustByLandmark(settings);
         if (found == NbLandmarkResult::NotFound) return NB_RUN_FAILED;
@@ -306,7 +319,13 @@ int convert(NbSettings& settings)
         code = difference != nullptr ? readFirstChannel(settings, *difference, inputs, source)
                                      : readChannel(settings, inputs, source);
     if (code == 0) code = setUpMap(settings, source, inputs, map);
-    if (code == 0) code = probe(settings, inputs, map, coverage);
+    if (code != 0) return code;
+    // Before the coverage is sought, which takes long on a large grid: one that memory cannot hold
+    // ends at once.
+    Image image;
+    image.cells = NbPlane<std::int16_t>(
+        static_cast<std::size_t>(map.xNum) * static_cast<std::size_t>(map.yNum), "nimbex");
+    code = probe(settings, inputs, map, coverage);
     if (code != 0) return code;
 
     NbSatObject* const object = inputs.first();
@@ -319,9 +338,6 @@ int convert(NbSettings& settings)
     header.end = times.end;
     fillHeader(settings, map, coverage, levelCount, header);
 
-    Image image;
-    image.cells = NbPlane<std::int16_t>(
-        static_cast<std::size_t>(map.xNum) * static_cast<std::size_t>(map.yNum), "nimbex");
     image.levels.output.resize(static_cast<std::size_t>(levelCount));
     if (object->levelNum != levelCount || settings.tableName)
         image.levels.source.resize(static_cast<std::size_t>(object->levelNum));
@@ -345,6 +361,10 @@ int convert(NbSettings& settings)
 
 int runConversion(NbSettings settings)
 {
+    // A limit on file sizes, or a reader of the output that went away, is a write that fails and
+    // has a code, not the end of the process.
+    std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
     return nbpGuard("nimbex", int{NB_RUN_NO_MEMORY}, [&] {
         int code = NB_RUN_COMPLETE;
         {

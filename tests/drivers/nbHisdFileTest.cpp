@@ -69,6 +69,21 @@ TEST(HisdOpen, TheFileIsCutInAnyBlock)
     }
 }
 
+TEST(HisdOpen, AShortRasterIsReportedAndOpens)
+{
+    const SynthHisd whole; // 110 x 110 counts of two bytes
+    for (const std::size_t missing : {0U, 1U, 24199U, 24200U}) {
+        SynthHisd cut = whole;
+        cut.cutAt = whole.blockOffset(13) - missing;
+        const std::string says = ": the raster has " + std::to_string(24200 - missing) +
+                                 " bytes, expected 24200; the rest reads as 0\n";
+        const Opening opening = open(cut);
+        EXPECT_EQ(opening.code, 0) << missing;
+        EXPECT_EQ(opening.err.ends_with(says), missing > 0) << opening.err;
+        EXPECT_EQ(std::ranges::count(opening.err, '\n'), missing > 0 ? 1 : 0) << opening.err;
+    }
+}
+
 TEST(HisdOpen, MarksOfBlocksAreCheckedFromSixOn)
 {
     struct Case {

@@ -294,6 +294,7 @@ struct FailureCase {
 TEST_F(Program, FailuresEndWithTheirCodeAndLeaveNoOutput)
 {
     writeText(dir / "empty", "\n \n");
+    writeText(dir / "zeros", std::string(6000, '\0'));
     writeText(dir / "long", std::string(2600, 'x'));
     writeText(dir / "text", "no satellite image\n");
     writeText(dir / "manyNames", "a\n");
@@ -312,12 +313,14 @@ TEST_F(Program, FailuresEndWithTheirCodeAndLeaveNoOutput)
         {{"-p=crop", "@ir.dat", "@out", "@huge"}, 72, "too large"},
         {{"@missing", "@out"}, 73, ""},
         {{"", "@out"}, 73, "is empty"},
+        {{"  ", "@out"}, 73, "is empty"},
         {{"@text", "@out"}, 73, ""},
         {{"@", "@out"}, 73, ""},
         {{"a a a a a a a a a a a", "@out"}, 73, "11 input files"},
         {{"-m", "@missing", "@out"}, 73, "cannot read the list"},
         {{"-m", "@", "@out"}, 73, "Is a directory"},
         {{"-m", "@empty", "@out"}, 73, "holds no name"},
+        {{"-m", "@zeros", "@out"}, 73, "holds no name"},
         {{"-m", "@long", "@out"}, 73, "2559 expected"},
         {{"-m", "@manyNames", "@out"}, 73, ""},
         {{"@ir.dat", "@no/out", "@map"}, 74, "No such file or directory"},
@@ -340,6 +343,21 @@ TEST_F(Program, FailuresEndWithTheirCodeAndLeaveNoOutput)
         EXPECT_EQ(result.out, "") << line;
         EXPECT_FALSE(std::filesystem::exists(dir / "out")) << line;
     }
+}
+
+TEST_F(Program, AGridThatMemoryCannotHoldIsNotSearched)
+{
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer needs more address space than any limit leaves";
+#endif
+    // Off the image from end to end: the search would end with 77, after all 4e8 cells.
+    writeText(dir / "far", "STDLON -60\nSTDLAT 30\nSTDXSIZ 0.0001\nSTDYSIZ 0.0001\n"
+                           "STDXNUM 20000\nSTDYNUM 20000\n");
+    const ProgramResult result =
+        runProgram("/bin/bash", {"-c", "ulimit -v 524288; exec \"$@\"", "bash", NIMBEX_PROGRAM,
+                                 dir / "ir.dat", dir / "out", dir / "far"});
+    EXPECT_EQ(result.status, 72);
+    EXPECT_NE(result.err.find("800000000 byte"), std::string::npos) << result.err;
 }
 
 TEST_F(Program, AnInputIsNeverTheOutput)
@@ -370,11 +388,11 @@ TEST_F(Program, AnOutputThatCannotBeWrittenIsNotLeftHalf)
     EXPECT_EQ(full.err, "nimbex : /dev/full: cannot write the output file: No space left on "
                         "device\nerror : 78\n");
 
-    // A limit of 4096 bytes on every file, as a disk that fills up.
+    // A limit of 4096 bytes on every file. Its signal, too, must not end the run.
     const std::string limited = dir / "limited";
     const ProgramResult cut =
-        runProgram("/bin/bash", {"-c", "trap '' XFSZ; ulimit -f 4; exec \"$@\"", "bash",
-                                 NIMBEX_PROGRAM, dir / "ir.dat", limited, dir / "map"});
+        runProgram("/bin/bash", {"-c", "ulimit -f 4; exec \"$@\"", "bash", NIMBEX_PROGRAM,
+                                 dir / "ir.dat", limited, dir / "map"});
     EXPECT_EQ(cut.status, 78);
     EXPECT_NE(cut.err.find("File too large; the incomplete file is removed"), std::string::npos)
         << cut.err;
