@@ -6,6 +6,7 @@
 #include "drivers/native/nbNative.h"
 #include "drivers/ngac/nbNgac.h"
 #include "drivers/ngacv1/nbNgacv1.h"
+#include "drivers/rdat/nbRdat.h"
 #include "drivers/vissr/nbVissr.h"
 #include "geo/nbDate.h"
 #include "sat/nbSatAnalSatId.h"
@@ -59,7 +60,7 @@ constexpr std::array<NbFormat, 17> formatTable = {{
     {NB_FORMAT_MTP, "MTP", "mtp", nullptr},
     {NB_FORMAT_ABI, "ABI", "", nullptr},
     {NB_FORMAT_HISD, "HISD", "hisd", nbHisdLinkSat, &nbpHisdRawNav},
-    {NB_FORMAT_RDAT, "RDAT", "", nullptr},
+    {NB_FORMAT_RDAT, "RDAT", "", nbRdatLinkSat},
 }};
 
 constexpr bool rowsStandAtTheirIds()

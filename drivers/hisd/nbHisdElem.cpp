@@ -164,7 +164,7 @@ int nbHisdGetChannel(void* p, int style)
     if (style != 1) return -1;
     std::span<const int> codes;
     if (file->satellite.find("Himawari") != std::string::npos)
-        codes = hisdHimawariCodes;
+        codes = himawariCodes;
     else if (file->satellite.find("MTSAT-2") != std::string::npos)
         codes = hisdMtsatCodes;
     const bool known = file->band >= 1 && static_cast<std::size_t>(file->band) <= codes.size();

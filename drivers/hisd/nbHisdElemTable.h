@@ -4,6 +4,7 @@
  * are row numbers, from 1. Wavelengths in micrometres.
  */
 #include "drivers/common/nbElemName.h"
+#include "drivers/common/nbHimawariCodes.h"
 
 #include <iterator>
 
@@ -57,8 +58,8 @@ inline constexpr NbElemAlias hisdMtsatAliases[] = {
     {"IR4", "B02"}, {"IR3", "B03"}, {"WV", "B03"}, {"IR1", "B04"}, {"IR", "B04"}, {"IR2", "B05"},
 };
 
-// Place of each band in the channel order common to all drivers. Code 9 belongs to no band.
-inline constexpr int hisdHimawariCodes[] = {7, 8, 0, 5, 6, 10, 4, 3, 11, 12, 13, 14, 1, 15, 2, 16};
-static_assert(std::size(hisdHimawariCodes) == std::size(hisdHimawariRows));
+// Place of each band in the channel order common to all drivers; Himawari's stand in
+// nbHimawariCodes.h.
+static_assert(std::size(himawariCodes) == std::size(hisdHimawariRows));
 inline constexpr int hisdMtsatCodes[] = {0, 4, 3, 1, 2};
 static_assert(std::size(hisdMtsatCodes) == std::size(hisdMtsatRows));

@@ -12,6 +12,7 @@
 #include "drivers/native/nbNative.h"
 #include "drivers/ngac/nbNgac.h"
 #include "drivers/ngacv1/nbNgacv1.h"
+#include "drivers/rdat/nbRdat.h"
 #include "drivers/vissr/nbVissr.h"
 #include "geo/nbAstroUtl.h"
 #include "geo/nbDate.h"
