@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
@@ -100,6 +101,9 @@ bool run(const std::string& tool, const std::string& stem, std::int64_t mostByte
         const int null = open("/dev/null", O_RDWR);
         for (const int stream : {0, 1, 2})
             dup2(null, stream);
+        // The decoder ends where it breaks a limit, also when its parent ignores that signal.
+        std::signal(SIGXFSZ, SIG_DFL);
+        std::signal(SIGPIPE, SIG_DFL);
         limit(RLIMIT_CORE, 0);
         limit(RLIMIT_CPU, mostSeconds);
         limit(RLIMIT_FSIZE, static_cast<rlim_t>(mostBytes));
