@@ -75,23 +75,34 @@ public:
     Target(const NbProjPara& proj, T* out, int mode, double* infoOut, std::uint8_t* ownerOut,
            const Objects& objects)
         : columns_(static_cast<std::size_t>(proj.xNum)), out_(out), mode_(mode), info_(infoOut),
-          owner_(ownerOut), ownOwner_(NbAllocator<std::uint8_t>("mGetData()")),
-          order_(NbAllocator<double>("mGetData()"))
+          ownerOut_(ownerOut), owner_(NbAllocator<std::uint8_t>("mGetData()")),
+          order_(NbAllocator<double>("mGetData()")), keepsOwner_(ownerOut != nullptr || mode > 0)
     {
-        const std::size_t cells = columns_ * static_cast<std::size_t>(proj.yNum);
-        const bool merges = mode_ > 0;
-        if (owner_ == nullptr && merges) {
-            ownOwner_.resize(cells);
-            owner_ = ownOwner_.data();
-        }
-        if (owner_ != nullptr) std::fill_n(owner_, cells, noOwner);
-        if (merges && mode_ >= NB_OVERLAP_LATEST_POINT) order_.resize(cells);
         for (const NbSatObject* object : objects) {
             fileTime_[ownerByte(object)] = nbpOverlapFileTime(object->startTime);
             owners_.push_back(ownerByte(object));
         }
         yields_[noOwner] = 1;
-        if (owner_ != nullptr) wins_.resize(columns_);
+        if (keepsOwner_) covered_.resize(columns_);
+    }
+
+    // Rows that all objects bring before the next ones are begun. Owners and comparison values
+    // are kept for these rows alone.
+    void beginRows(int first, int rows)
+    {
+        if (!keepsOwner_) return;
+        firstRow_ = first;
+        const std::size_t cells = columns_ * static_cast<std::size_t>(rows);
+        if (owner_.size() < cells) owner_.resize(cells);
+        std::fill_n(owner_.begin(), cells, noOwner);
+        if (mode_ >= NB_OVERLAP_LATEST_POINT && order_.size() < cells) order_.resize(cells);
+    }
+    // All objects have brought theirs.
+    void endRows(int rows)
+    {
+        if (ownerOut_ == nullptr) return;
+        std::copy_n(owner_.begin(), columns_ * static_cast<std::size_t>(rows),
+                    ownerOut_ + columns_ * static_cast<std::size_t>(firstRow_));
     }
 
     // The object whose cells come next.
@@ -108,24 +119,48 @@ public:
     }
 
     T* row(int y) { return out_ + static_cast<std::size_t>(y) * columns_; }
-    bool keepsOwner() const { return owner_ != nullptr; }
+    bool keepsOwner() const { return keepsOwner_; }
 
     // Cells of the first object, whose samples stand in row() already.
     void put(const RowPart<T>& part)
     {
-        if (owner_ == nullptr) return;
+        if (!keepsOwner_) return;
         if (order_.empty() && info_ == nullptr) {
-            markCovered(part);
-            return giveToWinner(part);
+            takeRuns(part, [](int, int) { return true; });
+            return;
         }
         for (int x = part.first; x < part.end; ++x)
             if (part.covers(x)) take(part, x);
     }
 
+    // True when the challenger takes whatever it covers, so that nothing has to be compared.
+    bool challengerTakesAll() const { return allYield_ && order_.empty() && info_ == nullptr; }
+
+    // Runs sample(first, end) on the runs of covered cells of a row and gives them to the
+    // challenger; false when a sample call fails.
+    template <class Sample>
+    bool takeRuns(const RowPart<T>& part, Sample sample)
+    {
+        markCovered(part);
+        std::uint8_t* const owner = owner_.data() + index(part, 0);
+        const std::uint8_t* const covered = covered_.data();
+        for (int x = part.first; x < part.end;) {
+            const auto* const found = static_cast<const std::uint8_t*>(
+                std::memchr(covered + x, 1, static_cast<std::size_t>(part.end - x)));
+            if (found == nullptr) return true;
+            const auto* const end = static_cast<const std::uint8_t*>(
+                std::memchr(found, 0, static_cast<std::size_t>(covered + part.end - found)));
+            const int first = static_cast<int>(found - covered);
+            x = end != nullptr ? static_cast<int>(end - covered) : part.end;
+            if (!sample(first, x)) return false;
+            std::fill(owner + first, owner + x, ownerByte(part.object));
+        }
+        return true;
+    }
+
     // Cells of a further object, the challenger.
     void merge(const RowPart<T>& part)
     {
-        if (order_.empty() && info_ == nullptr) return mergeByOwner(part);
         for (int x = part.first; x < part.end; ++x)
             if (part.covers(x) && wins(part, x)) {
                 row(part.row)[x] = part.value[x];
@@ -138,9 +173,11 @@ private:
     {
         return static_cast<std::uint8_t>(object->objectIndex);
     }
+    // Of a cell among the rows at hand.
     std::size_t index(const RowPart<T>& part, int x) const
     {
-        return static_cast<std::size_t>(part.row) * columns_ + static_cast<std::size_t>(x);
+        return static_cast<std::size_t>(part.row - firstRow_) * columns_ +
+               static_cast<std::size_t>(x);
     }
     static double orderOf(const RowPart<T>& part, int x)
     {
@@ -153,7 +190,8 @@ private:
     {
         const std::size_t at = index(part, x);
         owner_[at] = ownerByte(part.object);
-        if (info_ != nullptr && part.info != nullptr) info_[at] = part.info[x];
+        if (info_ != nullptr && part.info != nullptr)
+            info_[columns_ * static_cast<std::size_t>(firstRow_) + at] = part.info[x];
         if (!order_.empty()) order_[at] = orderOf(part, x);
     }
     bool wins(const RowPart<T>& part, int x) const
@@ -162,77 +200,33 @@ private:
         if (owner_[at] == noOwner || order_.empty()) return yields_[owner_[at]] != 0;
         return nbpOverlapLaterWins(mode_, orderOf(part, x), order_[at]);
     }
-    // The common case: nothing but owners to look at. Plain loops over local pointers, because
-    // bytes may lie anywhere and keep a loop over members out of vector registers.
+    // A plain loop over local pointers: bytes may lie anywhere, which keeps a loop over members
+    // out of vector registers.
     void markCovered(const RowPart<T>& part)
     {
         const float* __restrict pixel = part.pixel;
         const float* __restrict line = part.line;
-        std::uint8_t* __restrict wins = wins_.data();
+        std::uint8_t* __restrict covered = covered_.data();
         const int end = part.end;
         for (int x = part.first; x < end; ++x)
-            wins[x] = (pixel[x] != nbNoPosition) & (line[x] != nbNoPosition);
-    }
-    // Runs take(x) for the cells that are won, or takeAll(x) for a whole chunk of them: segments
-    // cover long runs of cells, and hardly any chunk is mixed.
-    template <class TakeAll, class Take>
-    void takeWon(const RowPart<T>& part, TakeAll takeAll, Take take)
-    {
-        const std::uint8_t* const wins = wins_.data();
-        int x = part.first;
-        for (; x + chunk <= part.end; x += chunk) {
-            const auto won = std::accumulate(wins + x, wins + x + chunk, std::uint8_t{0});
-            if (won == chunk)
-                takeAll(x);
-            else
-                for (int i = x; i < x + chunk && won != 0; ++i)
-                    if (wins[i] != 0) take(i);
-        }
-        for (; x < part.end; ++x)
-            if (wins[x] != 0) take(x);
-    }
-    void giveToWinner(const RowPart<T>& part)
-    {
-        std::uint8_t* const owner = owner_ + index(part, 0);
-        const std::uint8_t me = ownerByte(part.object);
-        std::array<std::uint8_t, chunk> mine;
-        mine.fill(me);
-        takeWon(
-            part, [&](int x) { std::memcpy(owner + x, mine.data(), chunk); },
-            [=](int x) { owner[x] = me; });
-    }
-    void mergeByOwner(const RowPart<T>& part)
-    {
-        markCovered(part);
-        std::uint8_t* __restrict wins = wins_.data();
-        const int end = part.end;
-        if (!allYield_) {
-            const std::uint8_t* __restrict owner = owner_ + index(part, 0);
-            for (int x = part.first; x < end; ++x)
-                wins[x] = static_cast<std::uint8_t>(wins[x] & yields_[owner[x]]);
-        }
-        T* const out = row(part.row);
-        const T* const value = part.value;
-        takeWon(
-            part, [=](int x) { std::memcpy(out + x, value + x, chunk * sizeof(T)); },
-            [=](int x) { out[x] = value[x]; });
-        giveToWinner(part);
+            covered[x] = (pixel[x] != nbNoPosition) & (line[x] != nbNoPosition);
     }
 
-    static constexpr int chunk = 32; // cells taken together
     std::size_t columns_;
     T* out_;
     int mode_;
     double* info_;
-    std::uint8_t* owner_; // null when nobody asks who gave a cell
-    NbArray<std::uint8_t> ownOwner_;
-    NbArray<double> order_;             // comparison value of each cell's present owner
+    std::uint8_t* ownerOut_;      // the caller's plane, or null
+    NbArray<std::uint8_t> owner_; // of the rows at hand
+    NbArray<double> order_;       // comparison value of each cell's present owner, likewise
+    bool keepsOwner_;             // false when nobody asks who gave a cell
+    int firstRow_ = 0;
     std::array<float, 256> fileTime_{}; // by owner byte
     // By owner byte: 1 where the challenger takes the cells of that owner.
     std::array<std::uint8_t, 256> yields_{};
-    bool allYield_ = false;            // the challenger takes them from everybody
-    std::vector<std::uint8_t> wins_;   // cells of a row that the challenger takes
-    std::vector<std::uint8_t> owners_; // owner bytes of all objects
+    bool allYield_ = false;             // the challenger takes them from everybody
+    std::vector<std::uint8_t> covered_; // cells of a row: 1 where it has a position
+    std::vector<std::uint8_t> owners_;  // owner bytes of all objects
 };
 
 // Samples `n` positions. No chunk may fail: its cells would look like data.
@@ -298,6 +292,17 @@ bool mergeStrip(NbStripPositions& cells, int row0, int rows, Target<T>& target, 
     const int end = cells.endColumn();
     target.setChallenger(cells.object());
     for (int y = 0; y < rows; ++y) {
+        if (target.challengerTakesAll()) {
+            const auto sample = [&](int from, int to) {
+                return sampleAt(cells.object(), cells.pixel(y) + from, cells.line(y) + from,
+                                target.row(row0 + y) + from, to - from);
+            };
+            if (!target.takeRuns({cells.object(), row0 + y, first, end, nullptr, cells.pixel(y),
+                                  cells.line(y), nullptr, nullptr},
+                                 sample))
+                return false;
+            continue;
+        }
         if (!sampleAt(cells.object(), cells.pixel(y) + first, cells.line(y) + first,
                       values.data() + first, end - first))
             return false;
@@ -327,6 +332,7 @@ int projectRough(const char* caller, const Objects& objects, NbProjPara* proj, N
         if (!earth.load(caller, strip) || !earth.load(caller, strip + 1)) return -1;
         const int row0 = grid.firstRow(strip);
         const int rows = grid.rowsOf(strip);
+        target.beginRows(row0, rows);
         for (std::size_t k = 0; k < positions.size(); ++k) {
             const auto result = positions[k]->fill(caller, earth, strip);
             if (result == NbStripPositions::Result::Failed) return -1;
@@ -334,6 +340,7 @@ int projectRough(const char* caller, const Objects& objects, NbProjPara* proj, N
             if (k == 0 && !putStrip(*positions[k], off, row0, rows, target)) return -1;
             if (k > 0 && !off && !mergeStrip(*positions[k], row0, rows, target, values)) return -1;
         }
+        target.endRows(rows);
     }
     return grid.strips();
 }
@@ -380,6 +387,7 @@ int projectExact(const char* caller, const Objects& objects, NbProjPara* proj, N
             nbpLogError("%s : nbProjXYToLonLat() Error! return [%d]\n", caller, code);
             return -1;
         }
+        target.beginRows(row0, rows);
         for (std::size_t k = 0; k < objects.size(); ++k) {
             exact[k].atEarth(band.lon.data(), band.lat.data(), n, band.pixel.data(),
                              band.line.data(), band.order.data(), band.info.data());
@@ -408,6 +416,7 @@ int projectExact(const char* caller, const Objects& objects, NbProjPara* proj, N
                     target.merge(part);
             }
         }
+        target.endRows(rows);
         ++bands;
     }
     return bands;
@@ -448,6 +457,7 @@ int projectZoom(const char* caller, const Objects& objects, const NbProjPara* pr
                       NbAllocator<T>(caller));
     NbArray<float> position(columns, 0.0F, NbAllocator<float>(caller));
     int good = 0;
+    target.beginRows(0, proj->yNum);
     for (NbSatObject* object : objects) {
         if (good > 0 && !merges) break;
         T* out = good == 0 ? target.row(0) : values.data();
@@ -467,6 +477,7 @@ int projectZoom(const char* caller, const Objects& objects, const NbProjPara* pr
         }
         ++good;
     }
+    target.endRows(proj->yNum);
     return good > 0 ? good : -1;
 }
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <utility>
 
 namespace {
 
@@ -183,7 +184,8 @@ void NbRawLattice::makeBoxes(int strip)
     whole_ = {endless, -endless, endless, -endless};
     for (std::size_t i = 0; i < boxes_.size(); ++i) {
         const auto limits = [i](const NbArray<float>& t, const NbArray<float>& u) {
-            return std::minmax({t[i], t[i + 1], u[i], u[i + 1]});
+            return std::pair(std::min(std::min(t[i], t[i + 1]), std::min(u[i], u[i + 1])),
+                             std::max(std::max(t[i], t[i + 1]), std::max(u[i], u[i + 1])));
         };
         const auto [limb0, limb1] = limits(top.limb, bottom.limb);
         Box& box = boxes_[i];
