@@ -85,7 +85,7 @@ std::vector<float> temperatureTable(NbSatObject* object, const char* element, bo
     std::vector<float> table(static_cast<std::size_t>(std::max<int>(object->levelNum, 0)));
     int room = static_cast<int>(table.size());
     if (nbSatGetCalTable(object, element, table.data(), &room) < 0)
-        fillLine(coldest, warmest, std::max(room - 1, 1), table);
+        fillLine(coldest, warmest, std::max(static_cast<int>(table.size()) - 1, 1), table);
     else
         AdjCalTbl(object, nonlinear, table);
     return table;

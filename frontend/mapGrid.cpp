@@ -81,7 +81,8 @@ void settleCrop(NbProjPara& map, int pixels, int lines)
 
 bool mapIsBounded(const NbProjPara& map)
 {
-    constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
+    // Less than an int holds: walks over cells and rows step past the end by a part of a run.
+    constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max() - 1024;
     const std::int64_t columns = map.xNum;
     const std::int64_t rows = map.yNum;
     if (columns > 0 && rows > most / columns) return false; // cells

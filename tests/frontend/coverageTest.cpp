@@ -1,5 +1,4 @@
 #include "frontend/coverage.h"
-#include "frontend/adjust.h"
 #include "frontend/fetch.h"
 #include "frontend/mapGrid.h"
 #include "sat/nbSat.h"
@@ -291,38 +290,6 @@ TEST_F(FetchTest, CellsOffTheImageAreMarkedFromVersion11On)
     settings.versionCode = 11;
     ASSERT_GE(fetchLevels({&object, 1}, map, settings, cells), 0);
     EXPECT_EQ(cells, (std::vector<std::int16_t>{-1, -1, 0, 1, -1, -1, 1, 2}));
-}
-
-TEST(Shift, IsSetWithTheOtherSignOnItsOwnChannelOnly)
-{
-    FakeImage image;
-    NbSatObject object = image.open();
-    nbSatSetElems(&object, "IR1"); // channel 7
-    object.objectNum = 3;
-    NbSettings settings;
-    settings.offsetX = 1.5F;
-    settings.offsetY = -2;
-    const struct {
-        int channel;
-        float pixel;
-        float line;
-        const char* printed;
-    } rows[] = {
-        {-1, -1.5F, 2, "shift : chno=7, pixel=1.500000, line=-2.000000\n"},
-        {3, 0, 0, ""},
-        {7, -1.5F, 2, "shift : chno=7, pixel=1.500000, line=-2.000000\n"},
-    };
-    for (const auto& row : rows) {
-        settings.offsetChannel = row.channel;
-        StderrCapture printed;
-        AdjNavPara(&object, settings);
-        EXPECT_EQ(printed.get(), row.printed);
-        EXPECT_EQ(image.shiftPixel, row.pixel);
-        EXPECT_EQ(image.shiftLine, row.line);
-        EXPECT_EQ(object.objectNum, 3);
-    }
-    object.objectNum = 1;
-    nbSatCloseObject(&object);
 }
 
 } // namespace

@@ -111,22 +111,6 @@ TEST(CommandLine, EachOptionSetsWhatItNames)
     }
 }
 
-TEST(CommandLine, ShiftFileIsReadScaledAndRemembered)
-{
-    const TempFile file("4,6\n");
-    const struct {
-        const char* head;
-        float x;
-        float y;
-    } rows[] = {{"-h=", 4, 6}, {"-h/2=", 2, 3}, {"-H*3=", 12, 18}};
-    for (const auto& row : rows) {
-        const NbSettings settings = parse({(row.head + file.path()).c_str()});
-        EXPECT_EQ(settings.offsetX, row.x) << row.head;
-        EXPECT_EQ(settings.offsetY, row.y) << row.head;
-        EXPECT_EQ(settings.shiftName, file.path()) << row.head;
-    }
-}
-
 // The record's text and one number after the setup file, against the number.
 struct SetupCase {
     const char* text;
