@@ -1,5 +1,7 @@
 #include "drivers/common/nbElemName.h"
 
+#include <string>
+
 std::optional<NbElemName> nbpElemSplit(const char* name, std::size_t longest, std::size_t kept)
 {
     if (name == nullptr || *name == '\0') return std::nullopt;
@@ -29,4 +31,11 @@ int nbpElemFindRow(std::string_view channel, std::span<const NbElemRow> rows)
     for (std::size_t i = 0; i < rows.size(); ++i)
         if (std::string_view(rows[i].names).substr(0, 3) == letters) return static_cast<int>(i);
     return -1;
+}
+
+bool nbpElemIsListed(std::string_view list, std::string_view word)
+{
+    // Commas around both make the word a whole one.
+    const std::string inCommas = ',' + std::string(list) + ',';
+    return inCommas.find(',' + std::string(word) + ',') != std::string::npos;
 }

@@ -1,7 +1,8 @@
 #pragma once
 /**
- * Element names of the drivers whose channels are known by three letters: "B13" and its other
- * names "IR1", "10.4", each alone (counts) or with a suffix behind "_" ("IR1_T", temperature).
+ * Element names: a channel by one of its names, "B13", "IR1" or "10.4", alone (counts) or with a
+ * suffix behind "_" ("IR1_T", temperature). Some drivers know their channels by three letters,
+ * others by the words of a list.
  */
 #include <cstddef>
 #include <optional>
@@ -43,3 +44,7 @@ std::string_view nbpElemResolve(std::string_view channel, std::span<const NbElem
 
 // Index of the first row whose first three letters are those of the channel; -1 for none.
 int nbpElemFindRow(std::string_view channel, std::span<const NbElemRow> rows);
+
+// True when a word stands in a list, both separated by commas. A word with commas of its own is
+// found where its parts follow each other. Throws when memory is out.
+bool nbpElemIsListed(std::string_view list, std::string_view word);

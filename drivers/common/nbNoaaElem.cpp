@@ -1,5 +1,6 @@
 #include "drivers/common/nbNoaaElem.h"
 
+#include "drivers/common/nbElemName.h"
 #include "util/nbLogFormat.h"
 
 #include <algorithm>
@@ -49,24 +50,18 @@ const ElemRow* rowAt(const NbNoaaImage& image, int channel)
     return nullptr;
 }
 
-// Commas around both make this a whole word of the list.
-bool listed(std::string_view word, std::string_view list)
-{
-    const std::string within = ',' + std::string(list) + ',';
-    return within.find(',' + std::string(word) + ',') != std::string::npos;
-}
-
 std::optional<NbNoaaElement> findElement(const NbNoaaImage& image, std::string_view name)
 {
     const std::size_t bar = name.find('_');
     const std::string_view channel = name.substr(0, bar);
     if (channel.empty() || channel.find(',') != std::string_view::npos) return std::nullopt;
     for (const ElemRow& row : elemTable) {
-        if (row.firstSatellite > image.satNumber || !listed(channel, row.names)) continue;
+        if (row.firstSatellite > image.satNumber || !nbpElemIsListed(row.names, channel)) continue;
         if (bar == std::string_view::npos)
             return NbNoaaElement{.channel = row.channel, .physics = noaaCounts};
         const std::string_view suffix = name.substr(bar);
-        if (suffix.find(',') != std::string_view::npos || !listed(suffix, row.suffixes)) continue;
+        if (suffix.find(',') != std::string_view::npos || !nbpElemIsListed(row.suffixes, suffix))
+            continue;
         for (const auto& entry : physicsTable)
             if (suffix[1] == entry.letter)
                 return NbNoaaElement{.channel = row.channel, .physics = entry.physics};
@@ -86,6 +81,17 @@ int nbpNoaaCheckElem(const NbNoaaImage& image, const char* name, const char* cal
     }
     *element = *found;
     return found->physics;
+}
+
+int nbpNoaaCheckElem(const NbNoaaImage& image, const char* name, const char* caller, int* channel,
+                     int* physics)
+{
+    NbNoaaElement element;
+    const int code = nbpNoaaCheckElem(image, name, caller, &element);
+    if (code == noaaNoElement) return code;
+    *channel = element.channel;
+    *physics = element.physics;
+    return code;
 }
 
 int nbpNoaaGetChInfo(const NbNoaaImage& image, int channel, int* pixels, int* lines, int* levels,
@@ -155,4 +161,19 @@ void nbpNoaaReportCounts(const NbNoaaImage& image, const char* caller)
             nbpLogFatal("%s : INTERNAL ERROR ( physics = %d ).\n", caller, element.physics);
             return;
         }
+}
+
+int nbpNoaaTableRoom(const NbNoaaImage& image, const char* name, const float* table, int* n,
+                     const char* caller, NbNoaaElement* element)
+{
+    if (name == nullptr || n == nullptr || *n < 0 || (table == nullptr && *n > 0)) return -1;
+    const int physics = nbpNoaaCheckElem(image, name, caller, element);
+    if (physics == noaaNoElement) return -1;
+    if (physics == noaaCounts) {
+        nbpLogError("%s : bad element name '%s'\n", caller, name);
+        return -1;
+    }
+    const int room = std::min(*n, noaaLevels);
+    *n = noaaLevels;
+    return room;
 }

@@ -7,6 +7,9 @@
 #include "drivers/common/nbNoaaPass.h"
 #include "sat/nbSatObject.h"
 
+#include <cstddef>
+#include <vector>
+
 int nbpNoaaPixLinToLonLat(const NbNoaaPass& pass, const float* pixel, const float* line,
                           double* lon, double* lat, NbPointInfo* info, int n);
 
@@ -24,6 +27,20 @@ void nbpNoaaPointInfo(const NbNoaaPass& pass, float pixel, float line, double lo
 
 // Where the satellite was at a line, earth-fixed, in units of which a kilometre has `perKm`.
 void nbpNoaaSatPosition(const NbNoaaLine& line, double perKm, double* position);
+
+// The same of the first line; -1 when the file does not hold it. `decode` takes a line out of its
+// record's information.
+template <class Decode>
+int nbpNoaaFirstSatPosition(const NbNoaaRecords& records, Decode decode, double perKm,
+                            double* position)
+{
+    std::vector<std::byte> info(records.infoLength);
+    if (!records.read(0, info)) return -1;
+    NbNoaaLine line;
+    decode(NbCursor(info, NbByteOrder::Big), &line);
+    nbpNoaaSatPosition(line, perKm, position);
+    return 0;
+}
 
 // Sets both outputs of n points to the mark of no position.
 template <class Number>

@@ -1,3 +1,4 @@
+#include "drivers/common/nbWrapLon.h"
 #include "drivers/gvar/nbGvarFile.h"
 #include "drivers/gvar/nbGvarTime.h"
 #include "geo/nbAstroUtl.h"
@@ -47,10 +48,9 @@ double chPixToVisPix(int channel, double pixel)
 }
 
 // A longitude that needs wrapping keeps the precision of a float.
-constexpr double manyRounds = 1e6;
 double wrapLon(double lon)
 {
-    if (std::abs(lon) > manyRounds) lon = std::fmod(lon, 360.0);
+    if (std::abs(lon) > lonManyRounds) lon = std::fmod(lon, 360.0);
     while (lon > 180)
         lon = static_cast<double>(nbpToFloat(lon) - 360.0F);
     while (lon < -180)

@@ -1,3 +1,4 @@
+#include "drivers/common/nbInGroups.h"
 #include "drivers/common/nbZoomWalk.h"
 #include "drivers/hisd/nbHisdFile.h"
 #include "util/nbArray.h"
@@ -67,28 +68,14 @@ void rasterPositions(const NbHisdFile& file, const float* pixel, const float* li
     }
 }
 
-// Runs body(0) to body(n - 1). Of the rounds with a fixed number of steps the compiler makes
-// vector code, also where it spends nothing on other loops.
-template <class Body>
-void inGroups(int n, Body body)
-{
-    constexpr int group = 16;
-    int k = 0;
-    for (; k + group <= n; k += group)
-        for (int j = 0; j < group; ++j)
-            body(k + j);
-    for (; k < n; ++k)
-        body(k);
-}
-
 // rasterPositions of a file without shifts of its lines and without rotation: three sums a point.
 void shiftedPositions(const NbHisdFile& file, const float* __restrict pixel,
                       const float* __restrict line, int n, Block* __restrict out)
 {
     const float shiftColumn = file.shiftPixel;
     const float shiftLine = file.shiftLine;
-    inGroups(n, [=](int k) { out->column[k] = pixel[k] + 1.0F - shiftColumn; });
-    inGroups(n, [=](int k) { out->line[k] = line[k] + 1.0F - shiftLine; });
+    nbpInGroups(n, [=](int k) { out->column[k] = pixel[k] + 1.0F - shiftColumn; });
+    nbpInGroups(n, [=](int k) { out->line[k] = line[k] + 1.0F - shiftLine; });
 }
 
 // Raster positions to indices. A position that is no number is outside. Masks stand in the place
@@ -101,7 +88,7 @@ void makeIndices(const NbHisdFile& file, int n, Block* block)
     const float bottom = static_cast<float>(file.lastLine) + 0.5F;
     const std::int32_t firstLine = file.firstLine;
     const std::int32_t outside = file.lines;
-    inGroups(n, [=](int k) {
+    nbpInGroups(n, [=](int k) {
         const float c = block->column[k];
         const float l = block->line[k];
         // All bits set inside, none outside.

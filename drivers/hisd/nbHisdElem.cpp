@@ -1,3 +1,4 @@
+#include "drivers/common/nbHimawariNames.h"
 #include "drivers/hisd/nbHisdElemTable.h"
 #include "drivers/hisd/nbHisdFile.h"
 #include "util/nbGuard.h"
@@ -20,15 +21,17 @@ constexpr std::size_t channelTextSize = 256; // of a caller of GetChInfo
 struct Vocabulary {
     std::span<const NbElemRow> rows; // one a band, from band 1
     std::span<const NbElemAlias> aliases;
+    std::span<const NbElemAlias> moreAliases;
     int lastSolarBand; // bands above it are thermal
 };
 
 Vocabulary vocabularyOf(const std::string& satellite)
 {
     if (satellite.find("Himawari") != std::string::npos)
-        return {hisdHimawariRows, hisdHimawariAliases, 6};
-    if (satellite.find("MTSAT") != std::string::npos) return {hisdMtsatRows, hisdMtsatAliases, 1};
-    return {{}, {}, 0};
+        return {hisdHimawariRows, himawariAliases, hisdHimawariAliases, 6};
+    if (satellite.find("MTSAT") != std::string::npos)
+        return {hisdMtsatRows, hisdMtsatAliases, {}, 1};
+    return {{}, {}, {}, 0};
 }
 
 // Kind that a name selects in this file. 0: the band is known and the suffix is not;
@@ -38,7 +41,9 @@ int hisdCheckElem(const NbHisdFile& file, const char* text)
     const auto name = nbpElemSplit(text, longestName, keptName);
     if (!name) return hisdNoElement;
     const Vocabulary words = vocabularyOf(file.satellite);
-    const int row = nbpElemFindRow(nbpElemResolve(name->channel, words.aliases), words.rows);
+    const auto channel =
+        nbpElemResolve(nbpElemResolve(name->channel, words.aliases), words.moreAliases);
+    const int row = nbpElemFindRow(channel, words.rows);
     const int band = row + 1;
     if (row < 0 || band != file.band) return hisdNoElement;
     if (name->counts) return hisdCounts;

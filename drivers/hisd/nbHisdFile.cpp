@@ -1,7 +1,9 @@
 #include "drivers/hisd/nbHisdFile.h"
 
-#include "geo/nbDate.h"
+#include "drivers/common/nbDateFields.h"
 #include "util/nbArray.h"
+#include "util/nbCursor.h"
+#include "util/nbFile.h"
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
 #include "util/nbNumber.h"
@@ -70,8 +72,8 @@ bool readBasic(HeaderStream& in, NbHisdFile* file)
     length.skip(1); // block number
     constexpr auto otherOrder =
         nbCpuByteOrder == NbByteOrder::Little ? NbByteOrder::Big : NbByteOrder::Little;
-    file->order = length.get<std::uint16_t>() == 282 ? nbCpuByteOrder : otherOrder;
-    in.setOrder(file->order);
+    file->raster.order = length.get<std::uint16_t>() == 282 ? nbCpuByteOrder : otherOrder;
+    in.setOrder(file->raster.order); // that of the whole file
 
     NbCursor f = in.fields();
     f.skip(6); // block number, length, number of blocks, byte order flag
@@ -315,9 +317,9 @@ bool checkSizes(const NbHisdFile& file, const char* path)
 // count 0.
 void reportShortRaster(const NbHisdFile& file, const char* path)
 {
-    const std::int64_t size = file.data ? nbpFileSize(file.data.get()) : -1;
+    const std::int64_t size = file.raster.stream ? nbpFileSize(file.raster.stream.get()) : -1;
     if (size < 0) return; // nothing to measure
-    const std::int64_t found = std::max<std::int64_t>(size - file.dataOffset, 0);
+    const std::int64_t found = std::max<std::int64_t>(size - file.raster.offset, 0);
     const std::int64_t expected = std::int64_t{2} * file.columns * file.lines;
     if (found < expected)
         nbpLogWarn("%s : %s: the raster has %lld bytes, expected %lld; the rest reads as 0\n",
@@ -388,8 +390,8 @@ int openFile(NbHisdFile* file, const char* path)
     }
     if (!checkSizes(*file, path)) return NB_HISD_BAD_BLOCK;
 
-    file->data = nbpFileOpenRead(path, false);
-    if (file->data) file->dataOffset = in.position();
+    file->raster.stream = nbpFileOpenRead(path, false);
+    if (file->raster.stream) file->raster.offset = in.position();
     reportShortRaster(*file, path);
 
     file->cache.reset(file->lines, file->columns);
@@ -402,16 +404,6 @@ int openFile(NbHisdFile* file, const char* path)
     file->comp = makeLineComp(*file);
     nbpHisdResetReady(file);
     return NB_HISD_OPEN;
-}
-
-void dateFields(double mjd, std::int16_t out[6])
-{
-    NbDateInts date{};
-    nbDateMjdToInts(mjd, &date);
-    const std::int32_t fields[6] = {date.year, date.month,  date.day,
-                                    date.hour, date.minute, date.second};
-    std::transform(std::begin(fields), std::end(fields), out,
-                   [](std::int32_t field) { return nbpWrap16(field); });
 }
 
 constexpr NbSatSlots hisdSlots = {
@@ -464,8 +456,8 @@ int nbHisdLinkSat(NbSatObject* object, const char* path)
         file->satellite.copy(object->satName, sizeof object->satName - 1);
         object->pixelNum = nbpWrap16(file->columns);
         object->lineNum = nbpWrap16(file->lastLine);
-        dateFields(file->startMjd, object->startTime);
-        dateFields(file->endMjd, object->endTime);
+        nbpDateFields(file->startMjd, object->startTime);
+        nbpDateFields(file->endMjd, object->endTime);
         nbpSatSetSlots(object, &hisdSlots);
         object->privateData = file.release(); // last: nothing after it can fail
         return static_cast<int>(NB_HISD_OPEN);

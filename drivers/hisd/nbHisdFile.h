@@ -3,9 +3,8 @@
  * The private record of the HISD driver, and what its units call of each other.
  */
 #include "drivers/common/nbLineCache.h"
+#include "drivers/common/nbRaster.h"
 #include "drivers/hisd/nbHisd.h"
-#include "util/nbCursor.h"
-#include "util/nbFile.h"
 
 #include <cstdint>
 #include <string>
@@ -110,10 +109,7 @@ struct NbHisdFile {
     std::vector<int> lineTimesReach;       // highest line among lineTimes[0 .. i]
     std::vector<std::int16_t> errorCounts; // error pixels of each file line
 
-    NbFilePtr data;                          // reads the raster; null reads as zeros
-    NbByteOrder order = NbByteOrder::Little; // of the whole file
-    std::int64_t dataOffset = 0;             // of the raster
-    std::int64_t dataAt = -1;                // where the stream stands; -1 when not known
+    NbRaster raster; // nothing that is read of it reads as zeros
 
     int lines = -1; // of this file
     int columns = -1;

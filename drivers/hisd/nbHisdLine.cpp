@@ -7,40 +7,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 
 namespace {
 
 constexpr std::uint16_t errorPixel = 0xFFFF;
 constexpr std::uint16_t firstMissing = 0xFFFE; // this and above: no count to go by
-
-// Reads one line's counts from the stream and gives how many there were. The seek is left out
-// where the stream stands there already, as it does from line to line.
-std::size_t readCounts(NbHisdFile* file, int n, std::uint16_t* counts)
-{
-    if (!file->data) return 0;
-    const auto columns = static_cast<std::size_t>(file->columns);
-    const std::int64_t at =
-        file->dataOffset + std::int64_t{n} * file->columns * std::int64_t{sizeof *counts};
-    if (at != file->dataAt && fseeko(file->data.get(), at, SEEK_SET) != 0) {
-        file->dataAt = -1;
-        return 0;
-    }
-    const std::size_t got = std::fread(counts, sizeof *counts, columns, file->data.get());
-    file->dataAt = got == columns ? at + static_cast<std::int64_t>(columns * sizeof *counts) : -1;
-    return got;
-}
-
-void swapCounts(std::uint16_t* counts, std::size_t n)
-{
-    constexpr std::size_t step = 16; // a fixed number of rounds becomes vector code
-    std::size_t i = 0;
-    for (; i + step <= n; i += step)
-        for (std::size_t k = 0; k < step; ++k)
-            counts[i + k] = static_cast<std::uint16_t>(counts[i + k] << 8 | counts[i + k] >> 8);
-    for (; i < n; ++i)
-        counts[i] = static_cast<std::uint16_t>(counts[i] << 8 | counts[i] >> 8);
-}
 
 // Makes a line present: 0 read now, 1 was there, -1 memory is out and nothing has changed. What
 // lies behind the end of a short file reads as count 0.
@@ -51,13 +22,11 @@ int readLine(NbHisdFile* file, int n)
     std::uint16_t* counts = cache.add(n, "nbpHisdReadOneLine()");
     if (counts == nullptr) return -1;
     const auto columns = static_cast<std::size_t>(file->columns);
-    const std::size_t got = readCounts(file, n, counts);
-    if (got == 0) {
+    const std::size_t got = nbpRasterRead(&file->raster, n, file->columns, counts);
+    if (got == 0)
         cache.useZeros(n);
-    } else {
+    else
         std::fill(counts + got, counts + columns, std::uint16_t{0});
-        if (file->order != nbCpuByteOrder) swapCounts(counts, got);
-    }
     cache.setState(n, hisdLineRead);
     if (file->stopGap > 0) {
         const int errors = file->errorCounts[static_cast<std::size_t>(n)];

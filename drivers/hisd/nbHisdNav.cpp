@@ -1,11 +1,13 @@
 #include "drivers/common/nbGeos.h"
+#include "drivers/common/nbRawNav.h"
+#include "drivers/common/nbSameBits.h"
+#include "drivers/common/nbWrapLon.h"
 #include "drivers/hisd/nbHisdFile.h"
 #include "geo/nbAstroUtl.h"
 #include "sat/nbNavInfo.h"
 #include "util/nbNumber.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstdio>
 #include <limits>
@@ -20,15 +22,6 @@ constexpr double radPerDeg = 0.017453292519943295; // pi / 180
 constexpr double noTime = -1.0;                    // outside the image or the table of times
 constexpr double badTime = -3.0;                   // the table has no time there
 
-bool sameBits(double a, double b)
-{
-    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-}
-bool sameBits(float a, float b)
-{
-    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
-}
-
 NbGeosPara geosOf(const NbHisdProjection& block)
 {
     return {.distance = block.distance,
@@ -36,33 +29,6 @@ NbGeosPara geosOf(const NbHisdProjection& block)
             .e2 = block.e2,
             .flattening2 = block.flattening2,
             .slant = block.slant};
-}
-
-// Beyond it the rounds of 360 are taken off at once.
-constexpr double manyRounds = 1e6;
-
-double wrapLon(double lon)
-{
-    if (std::abs(lon) > manyRounds) lon = std::fmod(lon, 360.0);
-    while (lon > 180)
-        lon -= 360;
-    while (lon < -180)
-        lon += 360;
-    return lon;
-}
-
-// Deliberate: a longitude that needs wrapping goes through a float at each step and keeps only
-// its precision, about 1e-5 degree. In double, points west of the date line would move a little
-// against those east of it that stay as they are.
-double wrapLonFloat(double lon)
-{
-    float f = nbpToFloat(lon);
-    if (std::abs(f) > static_cast<float>(manyRounds)) lon = f = std::fmod(f, 360.0F);
-    while (f > 180.0F)
-        lon = f = f - 360.0F;
-    while (f < -180.0F)
-        lon = f = f + 360.0F;
-    return lon;
 }
 
 // Earth to column and line (from 1) of the disk. Rows of a map share their latitude and columns
@@ -78,18 +44,18 @@ public:
     // are its direction as if the earth were clear; `limb` (km^2) is above 0 then.
     bool locate(double lon, double lat, double height, float* column, float* line, double* limb)
     {
-        if (!sameBits(lat, lat_) || !sameBits(height, height_)) {
+        if (!nbpSameBits(lat, lat_) || !nbpSameBits(height, height_)) {
             lat_ = lat;
             height_ = height;
             goodLat_ = lat >= -90 && lat <= 90;
             if (goodLat_)
                 meridian_ = nbpGeosMeridian(geos_, block_.ratio, lat * radPerDeg, height / 1000);
         }
-        if (!sameBits(lon, lon_)) {
+        if (!nbpSameBits(lon, lon_)) {
             lon_ = lon;
             goodLon_ = lon != noPosition && std::isfinite(lon);
             if (goodLon_) {
-                const double d = (wrapLon(lon) - block_.subLon) * radPerDeg;
+                const double d = (nbpWrapLon(lon) - block_.subLon) * radPerDeg;
                 cosD_ = std::cos(d);
                 sinD_ = std::sin(d);
             }
@@ -130,13 +96,13 @@ public:
     int convert(float pixel, float line, double* lon, double* lat)
     {
         if (pixel == noPositionF || line == noPositionF) return NB_NAV_INPUT;
-        if (!sameBits(pixel, pixel_)) {
+        if (!nbpSameBits(pixel, pixel_)) {
             pixel_ = pixel;
             const double x = angle(pixel, block_.coff, block_.cfac);
             cosX_ = std::cos(x);
             sinX_ = std::sin(x);
         }
-        if (!sameBits(line, line_)) {
+        if (!nbpSameBits(line, line_)) {
             line_ = line;
             const double y = angle(line, block_.loff, block_.lfac);
             cosY_ = std::cos(y);
@@ -148,7 +114,7 @@ public:
         const double east = nbpGeosLonRad(hit) * degPerRad + block_.subLon;
         const double north = nbpGeosLatRad(geos_, hit) * degPerRad;
         if (!std::isfinite(east) || !std::isfinite(north)) return NB_NAV_INPUT;
-        *lon = wrapLonFloat(east);
+        *lon = nbpWrapLonFloat<NbLonWest::stays>(east);
         *lat = north;
         return 0;
     }
@@ -171,27 +137,9 @@ private:
     double sinY_ = cosX_;
 };
 
-// Limits of the file for 0-based positions: the nearest column is one of 1 to columns, the
-// nearest line one of the file's. All of them are whole numbers and a half, exact in float.
-struct Limits {
-    float left, right, top, bottom; // left and top belong to the file
-
-    explicit Limits(const NbHisdFile& file)
-        : left(-0.5F), right(static_cast<float>(file.columns) - 0.5F),
-          top(static_cast<float>(file.firstLine) - 1.5F),
-          bottom(static_cast<float>(file.lastLine) - 0.5F)
-    {
-    }
-    bool hasPixel(float pixel) const { return pixel >= left && pixel < right; }
-    bool hasLine(float line) const { return line >= top && line < bottom; }
-};
-
-// Position from 0 of a position from 1. The difference is exact from 0.5 up; below, it may round
-// to -0.5 and so into the image, where the position itself is not.
-float fromZero(float position)
+NbImageLimits limitsOf(const NbHisdFile& file)
 {
-    const float moved = position - 1.0F;
-    return moved == -0.5F && position < 0.5F ? std::nextafter(-0.5F, -1.0F) : moved;
+    return {file.columns, file.firstLine, file.lastLine};
 }
 
 // Time of a line, linear between the entries around it; noTime for a line outside the table.
@@ -267,47 +215,35 @@ void rawPosition(void* p, const double* lon, const double* lat, float* pixel, fl
                  float* limb, int n)
 {
     EarthToImage earth(*nbpHisdFile(p));
-    for (int i = 0; i < n; ++i) {
-        float column = 0;
-        float diskLine = 0;
-        double hidden = 0;
-        if (earth.locate(lon[i], lat[i], 0.0, &column, &diskLine, &hidden)) {
-            pixel[i] = fromZero(column);
-            line[i] = fromZero(diskLine);
-            limb[i] = nbpToFloat(hidden);
-        } else {
-            pixel[i] = line[i] = limb[i] = std::numeric_limits<float>::quiet_NaN();
-        }
-    }
+    nbpRawPosition(lon, lat, pixel, line, limb, n,
+                   [&](double x, double y, float* rawPixel, float* rawLine, double* hidden) {
+                       float column = 0;
+                       float imageLine = 0;
+                       if (!earth.locate(x, y, 0.0, &column, &imageLine, hidden)) return false;
+                       *rawPixel = nbpFromZero(column);
+                       *rawLine = nbpFromZero(imageLine);
+                       return true;
+                   });
 }
 
 int rawSame(const void* p, const void* q)
 {
     const NbHisdProjection& a = static_cast<const NbHisdFile*>(p)->projection;
     const NbHisdProjection& b = static_cast<const NbHisdFile*>(q)->projection;
-    return sameBits(a.subLon, b.subLon) && a.cfac == b.cfac && a.lfac == b.lfac &&
-           sameBits(a.coff, b.coff) && sameBits(a.loff, b.loff) &&
-           sameBits(a.distance, b.distance) && sameBits(a.polarRadius, b.polarRadius) &&
-           sameBits(a.e2, b.e2) && sameBits(a.ratio, b.ratio);
+    return nbpSameBits(a.subLon, b.subLon) && a.cfac == b.cfac && a.lfac == b.lfac &&
+           nbpSameBits(a.coff, b.coff) && nbpSameBits(a.loff, b.loff) &&
+           nbpSameBits(a.distance, b.distance) && nbpSameBits(a.polarRadius, b.polarRadius) &&
+           nbpSameBits(a.e2, b.e2) && nbpSameBits(a.ratio, b.ratio);
 }
 
 void rawLimit(void* p, float* pixel, float* line, const float* limb, int n)
 {
-    const Limits limits(*nbpHisdFile(p));
-    for (int i = 0; i < n; ++i) {
-        const bool inside = (limb[i] <= 0.0F) & limits.hasPixel(pixel[i]) & limits.hasLine(line[i]);
-        pixel[i] = inside ? pixel[i] : noPositionF;
-        line[i] = inside ? line[i] : noPositionF;
-    }
+    nbpRawLimitToImage(pixel, line, limb, n, limitsOf(*nbpHisdFile(p)));
 }
 
 void rawBounds(void* p, float box[4])
 {
-    const Limits limits(*nbpHisdFile(p));
-    box[0] = limits.left;
-    box[1] = limits.right;
-    box[2] = limits.top;
-    box[3] = limits.bottom;
+    nbpRawBounds(limitsOf(*nbpHisdFile(p)), box);
 }
 
 } // namespace
@@ -321,7 +257,7 @@ int nbHisdLonLatHgtToPixLinInfoDisk(void* p, const double* lon, const double* la
 {
     const NbHisdFile& file = *nbpHisdFile(p);
     EarthToImage earth(file);
-    const Limits limits(file);
+    const NbImageLimits limits = limitsOf(file);
     const PointInfo geometry(file, info);
     int result = 0;
     for (int i = 0; i < n; ++i) {
@@ -338,8 +274,8 @@ int nbHisdLonLatHgtToPixLinInfoDisk(void* p, const double* lon, const double* la
         } else if (!(limb <= 0)) {
             bits = NB_NAV_LIMB;
         } else {
-            const float fromLeft = fromZero(column);
-            const float fromTop = fromZero(diskLine);
+            const float fromLeft = nbpFromZero(column);
+            const float fromTop = nbpFromZero(diskLine);
             if (!limits.hasLine(fromTop)) bits |= NB_NAV_LINE;
             if (!limits.hasPixel(fromLeft)) bits |= NB_NAV_PIXEL;
             if (bits == 0) {

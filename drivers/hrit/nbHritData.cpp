@@ -1,3 +1,4 @@
+#include "drivers/common/nbInGroups.h"
 #include "drivers/common/nbZoomWalk.h"
 #include "drivers/hrit/nbHritFile.h"
 #include "util/nbGuard.h"
@@ -19,20 +20,6 @@ struct Block {
     std::int32_t slot[blockPoints]; // the number of lines for what is outside
 };
 
-// Runs body(0) to body(n - 1). Of the rounds with a fixed number of steps the compiler makes
-// vector code, also where it spends nothing on other loops.
-template <class Body>
-void inGroups(int n, Body body)
-{
-    constexpr int group = 16;
-    int k = 0;
-    for (; k + group <= n; k += group)
-        for (int j = 0; j < group; ++j)
-            body(k + j);
-    for (; k < n; ++k)
-        body(k);
-}
-
 // Positions to indices; `shiftOf` is the column shift of a line counted from 0 in the file. A
 // position that is no number is outside. Masks stand in the place of conditions, which would keep
 // the loop out of vector registers.
@@ -47,7 +34,7 @@ void makeIndices(const NbHritFile& file, const float* __restrict pixel,
     const std::int32_t firstLine = file.firstLine;
     const std::int32_t lastSlot = file.lines - 1;
     const std::int32_t outside = file.lines;
-    inGroups(n, [=](int k) {
+    nbpInGroups(n, [=](int k) {
         const float l = line[k] + 1.0F;
         // All bits set inside, none outside.
         const std::int32_t onLine = -static_cast<std::int32_t>((l >= top) & (l < bottom));

@@ -1,7 +1,7 @@
 #include "drivers/hrit/nbHritFile.h"
 
+#include "drivers/common/nbDateFields.h"
 #include "drivers/hrit/nbHritJpeg.h"
-#include "geo/nbDate.h"
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
 #include "util/nbNumber.h"
@@ -312,16 +312,6 @@ std::string_view satelliteName(const NbHritFile& file)
     return "HRIT";
 }
 
-void dateFields(double mjd, std::int16_t out[6])
-{
-    NbDateInts date{};
-    nbDateMjdToInts(mjd, &date);
-    const std::int32_t fields[6] = {date.year, date.month,  date.day,
-                                    date.hour, date.minute, date.second};
-    std::transform(std::begin(fields), std::end(fields), out,
-                   [](std::int32_t field) { return nbpWrap16(field); });
-}
-
 // Without the two operations of navigation, which follow the projection.
 constexpr NbSatSlots hritSlots = {
     .GetChNum = nbHritGetChNum,
@@ -419,8 +409,8 @@ int nbHritLinkSat(NbSatObject* object, const char* path)
         object->pixelNum = nbpWrap16(file->columns);
         object->lineNum = nbpWrap16(file->lastLine);
         constexpr double noTime = -1.0;
-        dateFields(file->times.empty() ? noTime : file->times.front().mjd, object->startTime);
-        dateFields(nbpHritGetEndTime(file.get()), object->endTime);
+        nbpDateFields(file->times.empty() ? noTime : file->times.front().mjd, object->startTime);
+        nbpDateFields(nbpHritGetEndTime(file.get()), object->endTime);
         const NbSatSlots slots = slotsOf(file->projection.kind);
         nbpSatSetSlots(object, &slots);
         object->privateData = file.release(); // last: nothing after it can fail

@@ -1,4 +1,6 @@
-#include "drivers/common/nbImageLimits.h"
+#include "drivers/common/nbRawNav.h"
+#include "drivers/common/nbSameBits.h"
+#include "drivers/common/nbWrapLon.h"
 #include "drivers/hrit/nbHritFile.h"
 #include "drivers/hrit/nbHritGeos.h"
 #include "geo/nbAstroUtl.h"
@@ -23,42 +25,6 @@ constexpr double noTime = -1.0;
 constexpr double pi = std::numbers::pi;
 constexpr double degPerRad = 57.29577951308232;
 constexpr double radPerDeg = 0.017453292519943295; // pi / 180
-
-bool sameBits(double a, double b)
-{
-    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-}
-bool sameBits(float a, float b)
-{
-    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
-}
-
-// Beyond it the rounds of 360 are taken off at once.
-constexpr double manyRounds = 1e6;
-
-double wrapLon(double lon, double low, double high)
-{
-    if (std::abs(lon) > manyRounds) lon = std::fmod(lon, 360.0);
-    while (lon > high)
-        lon -= 360;
-    while (lon < low)
-        lon += 360;
-    return lon;
-}
-
-// Deliberate: a longitude that needs wrapping goes through a float at each step and keeps only
-// its precision, about 1e-5 degree, and -180 becomes 180. In double, points west of the date line
-// would move a little against those east of it that stay as they are.
-double wrapLonFloat(double lon)
-{
-    float f = nbpToFloat(lon);
-    if (std::abs(f) > static_cast<float>(manyRounds)) lon = f = std::fmod(f, 360.0F);
-    while (f > 180.0F)
-        lon = f = f - 360.0F;
-    while (f <= -180.0F)
-        lon = f = f + 360.0F;
-    return lon;
-}
 
 bool isPlace(double lon, double lat)
 {
@@ -90,14 +56,14 @@ public:
     bool direct(double lon, double lat, double height, float* column, float* line, double* limb)
     {
         if (!isPlace(lon, lat)) return false;
-        if (!sameBits(lat, lat_) || !sameBits(height, height_)) {
+        if (!nbpSameBits(lat, lat_) || !nbpSameBits(height, height_)) {
             lat_ = lat;
             height_ = height;
             meridian_ = nbpHritMeridian(lat * radPerDeg, height / 1000);
         }
-        if (!sameBits(lon, lon_)) {
+        if (!nbpSameBits(lon, lon_)) {
             lon_ = lon;
-            const double d = (wrapLon(lon, -180, 180) - p_.subLon) * radPerDeg;
+            const double d = (nbpWrapLon(lon) - p_.subLon) * radPerDeg;
             cosD_ = std::cos(d);
             sinD_ = std::sin(d);
         }
@@ -134,13 +100,13 @@ public:
 
     int place(float pixel, float line, double* lon, double* lat)
     {
-        if (!sameBits(pixel, pixel_)) {
+        if (!nbpSameBits(pixel, pixel_)) {
             pixel_ = pixel;
             const double x = angle(pixel, p_.coff, p_.cfac);
             cosX_ = std::cos(x);
             sinX_ = std::sin(x);
         }
-        if (!sameBits(line, line_)) {
+        if (!nbpSameBits(line, line_)) {
             line_ = line;
             const double y = angle(line, p_.loff, p_.lfac);
             cosY_ = std::cos(y);
@@ -151,7 +117,7 @@ public:
         if (!hit.front) return NB_NAV_LIMB;
         const double east = nbpGeosLonRad(hit) * degPerRad + p_.subLon;
         *lat = nbpGeosLatRad(hritGeos, hit) * degPerRad;
-        *lon = std::isfinite(east) ? wrapLonFloat(east) : east;
+        *lon = std::isfinite(east) ? nbpWrapLonFloat<NbLonWest::becomes180>(east) : east;
         return 0;
     }
 
@@ -174,13 +140,13 @@ private:
 class PolarImage {
 public:
     explicit PolarImage(const NbHritFile& file)
-        : p_(file.projection), reference_(wrapLon(p_.reference, -180, 180))
+        : p_(file.projection), reference_(nbpWrapLon(p_.reference))
     {
     }
     int locate(double lon, double lat, double /* height */, float* column, float* line) const
     {
         if (!isPlace(lon, lat)) return NB_NAV_INPUT;
-        lon = wrapLon(lon, -180, 180);
+        lon = nbpWrapLon(lon);
         const double turn = 180 - reference_;
         const double d = ((lon + turn) - (reference_ + turn)) * radPerDeg;
         const double t = std::tan((pi / 2 - lat * radPerDeg * p_.hemisphere) * 0.5);
@@ -197,7 +163,7 @@ private:
 class PolarEarth {
 public:
     explicit PolarEarth(const NbHritFile& file)
-        : p_(file.projection), reference_(wrapLon(p_.reference, -180, 180))
+        : p_(file.projection), reference_(nbpWrapLon(p_.reference))
     {
     }
     int place(float pixel, float line, double* lon, double* lat) const
@@ -225,7 +191,7 @@ public:
     int locate(double lon, double lat, double /* height */, float* column, float* line) const
     {
         if (!isPlace(lon, lat)) return NB_NAV_INPUT;
-        const double x = wrapLon(lon, 0, 360) / 180;
+        const double x = nbpWrapLon(lon, 0, 360) / 180;
         const double y = std::log(std::tan((pi / 2 - lat * radPerDeg) * 0.5)) / pi;
         *column = nbpToFloat(p_.cfac * x * 0x1p-16 + p_.coff);
         *line = nbpToFloat(perUnit(p_.lfac) * y + p_.loff);
@@ -399,45 +365,33 @@ void rawPosition(void* p, const double* lon, const double* lat, float* pixel, fl
                  float* limb, int n)
 {
     DiskImage image(*nbpHritFile(p));
-    for (int i = 0; i < n; ++i) {
-        float column = 0;
-        float imageLine = 0;
-        double hidden = 0;
-        if (image.direct(lon[i], lat[i], 0.0, &column, &imageLine, &hidden)) {
-            pixel[i] = nbpFromZero(column);
-            line[i] = nbpFromZero(imageLine);
-            limb[i] = nbpToFloat(hidden);
-        } else {
-            pixel[i] = line[i] = limb[i] = std::numeric_limits<float>::quiet_NaN();
-        }
-    }
+    nbpRawPosition(lon, lat, pixel, line, limb, n,
+                   [&](double x, double y, float* rawPixel, float* rawLine, double* hidden) {
+                       float column = 0;
+                       float imageLine = 0;
+                       if (!image.direct(x, y, 0.0, &column, &imageLine, hidden)) return false;
+                       *rawPixel = nbpFromZero(column);
+                       *rawLine = nbpFromZero(imageLine);
+                       return true;
+                   });
 }
 
 int rawSame(const void* p, const void* q)
 {
     const NbHritProjection& a = static_cast<const NbHritFile*>(p)->projection;
     const NbHritProjection& b = static_cast<const NbHritFile*>(q)->projection;
-    return a.kind == b.kind && sameBits(a.subLon, b.subLon) && a.cfac == b.cfac &&
+    return a.kind == b.kind && nbpSameBits(a.subLon, b.subLon) && a.cfac == b.cfac &&
            a.lfac == b.lfac && a.coff == b.coff && a.loff == b.loff;
 }
 
 void rawLimit(void* p, float* pixel, float* line, const float* limb, int n)
 {
-    const NbImageLimits limits = limitsOf(*nbpHritFile(p));
-    for (int i = 0; i < n; ++i) {
-        const bool inside = (limb[i] <= 0.0F) & limits.hasPixel(pixel[i]) & limits.hasLine(line[i]);
-        pixel[i] = inside ? pixel[i] : noPositionF;
-        line[i] = inside ? line[i] : noPositionF;
-    }
+    nbpRawLimitToImage(pixel, line, limb, n, limitsOf(*nbpHritFile(p)));
 }
 
 void rawBounds(void* p, float box[4])
 {
-    const NbImageLimits limits = limitsOf(*nbpHritFile(p));
-    box[0] = limits.left;
-    box[1] = limits.right;
-    box[2] = limits.top;
-    box[3] = limits.bottom;
+    nbpRawBounds(limitsOf(*nbpHritFile(p)), box);
 }
 
 } // namespace

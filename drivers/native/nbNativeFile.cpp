@@ -1,7 +1,7 @@
 #include "drivers/native/nbNativeFile.h"
 
+#include "drivers/common/nbDateFields.h"
 #include "drivers/native/nbNativeCalib.h"
-#include "geo/nbDate.h"
 #include "sat/nbNavInfo.h"
 #include "util/nbCursor.h"
 #include "util/nbGuard.h"
@@ -270,16 +270,6 @@ int openFile(NbNativeFile* file, const char* path)
     return NB_NATIVE_OPEN;
 }
 
-void dateFields(double mjd, std::int16_t out[6])
-{
-    NbDateInts date{};
-    nbDateMjdToInts(mjd, &date);
-    const std::int32_t fields[6] = {date.year, date.month,  date.day,
-                                    date.hour, date.minute, date.second};
-    std::transform(std::begin(fields), std::end(fields), out,
-                   [](std::int32_t field) { return nbpWrap16(field); });
-}
-
 constexpr NbSatSlots nativeSlots = {
     .GetChNum = nbNativeGetChNum,
     .GetChInfo = nbNativeGetChInfo,
@@ -333,7 +323,7 @@ int nbNativeLinkSat(NbSatObject* object, const char* path)
             std::string_view(satellite->name).copy(object->satName, sizeof object->satName - 1);
         object->pixelNum = nbpWrap16(file->columns);
         object->lineNum = nbpWrap16(file->lines);
-        dateFields(file->startMjd, object->startTime);
+        nbpDateFields(file->startMjd, object->startTime);
         std::fill(std::begin(object->endTime), std::end(object->endTime), std::int16_t{0});
         file->sunDistance = nbNavGetDistanceSunAndEarth(file->startMjd) / astronomicalUnitKm;
         nbpSatSetSlots(object, &nativeSlots);

@@ -1,11 +1,13 @@
 #include "drivers/common/nbGeos.h"
+#include "drivers/common/nbRawNav.h"
+#include "drivers/common/nbSameBits.h"
+#include "drivers/common/nbWrapLon.h"
 #include "drivers/native/nbNativeFile.h"
 #include "geo/nbAstroUtl.h"
 #include "sat/nbNavInfo.h"
 #include "util/nbNumber.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <limits>
 
@@ -49,38 +51,6 @@ struct View {
     }
 };
 
-bool sameBits(double a, double b)
-{
-    return std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-}
-
-// Beyond it the rounds of 360 are taken off at once.
-constexpr double manyRounds = 1e6;
-
-double wrapLon(double lon)
-{
-    if (std::abs(lon) > manyRounds) lon = std::fmod(lon, 360.0);
-    while (lon > 180)
-        lon -= 360;
-    while (lon < -180)
-        lon += 360;
-    return lon;
-}
-
-// Deliberate: a longitude that needs wrapping goes through a float and keeps only its precision,
-// about 1e-5 degree; and -180 itself becomes 180. In double, points west of the date line would
-// move a little against those east of it that stay as they are.
-double wrapLonFloat(double lon)
-{
-    float f = nbpToFloat(lon);
-    if (std::abs(f) > static_cast<float>(manyRounds)) lon = f = std::fmod(f, 360.0F);
-    while (f > 180.0F)
-        lon = f = f - 360.0F;
-    while (f <= -180.0F)
-        lon = f = f + 360.0F;
-    return lon;
-}
-
 // A point of the earth in its meridian plane. Height in km.
 NbGeosMeridian meridianOf(double latRad, double heightKm)
 {
@@ -101,17 +71,17 @@ public:
     // the limb are its direction as if the earth were clear; `limb` (km^2) is above 0 then.
     bool locate(double lon, double lat, double height, float* pixel, float* line, double* limb)
     {
-        if (!sameBits(lat, lat_) || !sameBits(height, height_)) {
+        if (!nbpSameBits(lat, lat_) || !nbpSameBits(height, height_)) {
             lat_ = lat;
             height_ = height;
             goodLat_ = lat >= -90 && lat <= 90;
             if (goodLat_) meridian_ = meridianOf(lat * radPerDeg, height / 1000);
         }
-        if (!sameBits(lon, lon_)) {
+        if (!nbpSameBits(lon, lon_)) {
             lon_ = lon;
             goodLon_ = lon != noPosition && std::isfinite(lon);
             if (goodLon_) {
-                const double d = (wrapLon(lon) - view_.subLon) * radPerDeg;
+                const double d = (nbpWrapLon(lon) - view_.subLon) * radPerDeg;
                 cosD_ = std::cos(d);
                 sinD_ = std::sin(d);
             }
@@ -147,13 +117,13 @@ public:
     // Outputs stay as they are where the line of sight has no point.
     void convert(float pixel, float line, double* lon, double* lat)
     {
-        if (const auto wide = static_cast<double>(pixel); !sameBits(wide, pixel_)) {
+        if (const auto wide = static_cast<double>(pixel); !nbpSameBits(wide, pixel_)) {
             pixel_ = wide;
             const double x = (pixel_ + 1 - view_.coff) / (view_.cfac * 0x1p-16);
             cosX_ = std::cos(x);
             sinX_ = std::sin(x);
         }
-        if (const auto wide = static_cast<double>(line); !sameBits(wide, line_)) {
+        if (const auto wide = static_cast<double>(line); !nbpSameBits(wide, line_)) {
             line_ = wide;
             const double y = (line_ + 1 - view_.loff) / (view_.lfac * 0x1p-16);
             cosY_ = std::cos(y);
@@ -164,7 +134,7 @@ public:
         const double east = nbpGeosLonRad(hit) * degPerRad + view_.subLon;
         const double north = nbpGeosLatRad(nativeGeos, hit) * degPerRad;
         if (!std::isfinite(east) || !std::isfinite(north)) return;
-        *lon = wrapLonFloat(east);
+        *lon = nbpWrapLonFloat<NbLonWest::becomes180>(east);
         *lat = north;
     }
 
@@ -204,13 +174,10 @@ void rawPosition(void* p, const double* lon, const double* lat, float* pixel, fl
 {
     const NbNativeFile& file = *nbpNativeFile(p);
     EarthToImage earth(file);
-    for (int i = 0; i < n; ++i) {
-        double hidden = 0;
-        if (!file.lost && earth.locate(lon[i], lat[i], 0.0, &pixel[i], &line[i], &hidden))
-            limb[i] = nbpToFloat(hidden);
-        else
-            pixel[i] = line[i] = limb[i] = std::numeric_limits<float>::quiet_NaN();
-    }
+    nbpRawPosition(lon, lat, pixel, line, limb, n,
+                   [&](double x, double y, float* rawPixel, float* rawLine, double* hidden) {
+                       return !file.lost && earth.locate(x, y, 0.0, rawPixel, rawLine, hidden);
+                   });
 }
 
 int rawSame(const void* p, const void* q)
@@ -219,18 +186,15 @@ int rawSame(const void* p, const void* q)
     const auto* b = static_cast<const NbNativeFile*>(q);
     const View v(*a);
     const View w(*b);
-    return !a->lost && !b->lost && sameBits(v.subLon, w.subLon) && sameBits(v.cfac, w.cfac) &&
-           sameBits(v.lfac, w.lfac) && sameBits(v.coff, w.coff) && sameBits(v.loff, w.loff);
+    return !a->lost && !b->lost && nbpSameBits(v.subLon, w.subLon) && nbpSameBits(v.cfac, w.cfac) &&
+           nbpSameBits(v.lfac, w.lfac) && nbpSameBits(v.coff, w.coff) &&
+           nbpSameBits(v.loff, w.loff);
 }
 
 // A place that is seen has a position, also where the file's lines do not reach.
 void rawLimit(void*, float* pixel, float* line, const float* limb, int n)
 {
-    for (int i = 0; i < n; ++i) {
-        const bool seen = limb[i] <= 0.0F;
-        pixel[i] = seen ? pixel[i] : noPositionF;
-        line[i] = seen ? line[i] : noPositionF;
-    }
+    nbpRawLimit(pixel, line, limb, n, [](float, float) { return true; });
 }
 
 // The disk: its edge lies asin(6378.169 / 42164) = 0.1519 from the centre.

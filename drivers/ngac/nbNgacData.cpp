@@ -49,7 +49,7 @@ int nbNgacGetR4DataByPixLin(void* p, const float* pixel, const float* line, floa
         if (element.physics == noaaCounts || !present(calibration, element)) return noaaMissingR4;
         const double physical =
             nbpNgacPhysicalValue(*file, calibration, v, element.channel, element.physics);
-        return physical == -9999.0 ? noaaMissingR4 : nbpToFloat(physical);
+        return physical == noaaNoTemperature ? noaaMissingR4 : nbpToFloat(physical);
     };
     return nbpGuard(caller, -1, [&] {
         return nbpNoaaGetData(&file->image, pixel, line, out, n, noaaMissingR4, caller,

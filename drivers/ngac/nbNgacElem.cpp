@@ -2,7 +2,6 @@
 #include "drivers/ngac/nbNgacFile.h"
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
-#include "util/nbNumber.h"
 
 #include <algorithm>
 #include <cmath>
@@ -15,14 +14,12 @@ namespace {
 constexpr double planckC1 = 1.1910427e-05;
 constexpr double planckC2 = 1.4387752;
 
-constexpr double noTemperature = -9999.0;
-
 double temperature(const NbNgacThermal& channel, std::size_t index, double radiance)
 {
     double v = channel.wavenumber / 1000.0;
     if (index == 0) v = v * 10.0;
     const double ratio = planckC1 * (v * v * v) / radiance + 1.0;
-    if (!(ratio > 0)) return noTemperature;
+    if (!(ratio > 0)) return noaaNoTemperature;
     return channel.constant2 / 1e+06 * (planckC2 * v / std::log(ratio)) +
            channel.constant1 / 100000.0;
 }
@@ -34,18 +31,6 @@ bool fits(const NbNgacCalibration& calibration, int channel)
     if (channel == -2) return calibration.selection == 1 && calibration.visible[i].slope1 != 0;
     const auto isSet = [](double a) { return a != 0; };
     return calibration.selection == 0 && std::ranges::any_of(calibration.infrared[i], isSet);
-}
-
-// The coefficients from which a table is made: those of the first line that has them.
-bool findCalibration(const NbNgacFile& file, int channel, NbNgacCalibration* out)
-{
-    const NbNoaaRecords& records = file.image.records;
-    std::vector<std::byte> info(records.infoLength);
-    for (int n = 0; records.read(n, info); ++n) {
-        *out = nbpNgacDecodeCalibration(file, NbCursor(info, NbByteOrder::Big));
-        if ((channel != 2 && channel != -2) || fits(*out, channel)) return true;
-    }
-    return false;
 }
 
 } // namespace
@@ -108,12 +93,7 @@ int nbNgacGetChInfo(void* p, int channel, int* pixels, int* lines, int* levels, 
 int nbpNgacCheckElem(void* p, const char* name, const char* caller, int* channel, int* physics)
 {
     return nbpGuard(caller, static_cast<int>(noaaNoElement), [&] {
-        NbNoaaElement element;
-        const int code = nbpNoaaCheckElem(nbpNgacFile(p)->image, name, caller, &element);
-        if (code == noaaNoElement) return code;
-        *channel = element.channel;
-        *physics = element.physics;
-        return code;
+        return nbpNoaaCheckElem(nbpNgacFile(p)->image, name, caller, channel, physics);
     });
 }
 
@@ -130,25 +110,20 @@ int nbNgacSetElements(void* p, const char* name, int* pixels, int* lines, int* l
 int nbNgacGetCalTable(void* p, const char* name, float* table, int* n)
 {
     constexpr const char* caller = "nbNgacGetCalTable()";
-    if (name == nullptr || n == nullptr || *n < 0 || (table == nullptr && *n > 0)) return -1;
     return nbpGuard(caller, -1, [&] {
         const NbNgacFile& file = *nbpNgacFile(p);
         NbNoaaElement element;
-        const int physics = nbpNoaaCheckElem(file.image, name, caller, &element);
-        if (physics == noaaNoElement) return -1;
-        if (physics == noaaCounts) {
-            nbpLogError("%s : bad element name '%s'\n", caller, name);
-            return -1;
-        }
-        const int room = std::min(*n, noaaLevels);
-        *n = noaaLevels;
+        const int room = nbpNoaaTableRoom(file.image, name, table, n, caller, &element);
+        if (room < 0) return -1;
         NbNgacCalibration calibration;
-        if (!findCalibration(file, element.channel, &calibration)) return -1;
-        for (int i = 0; i < room; ++i) {
-            const double value =
-                nbpNgacPhysicalValue(file, calibration, i, element.channel, physics);
-            table[i] = value == noTemperature && i > 0 ? table[i - 1] : nbpToFloat(value);
-        }
+        const auto decode = [&](NbCursor info) { return nbpNgacDecodeCalibration(file, info); };
+        const auto usable = [&](const NbNgacCalibration& c) {
+            return (element.channel != 2 && element.channel != -2) || fits(c, element.channel);
+        };
+        if (!nbpNoaaFindCalibration(file.image.records, &calibration, decode, usable)) return -1;
+        nbpNoaaFillTable({table, static_cast<std::size_t>(room)}, [&](int count) {
+            return nbpNgacPhysicalValue(file, calibration, count, element.channel, element.physics);
+        });
         return 0;
     });
 }

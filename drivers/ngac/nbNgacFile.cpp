@@ -1,11 +1,10 @@
 #include "drivers/ngac/nbNgacFile.h"
 
+#include "drivers/common/nbNoaaFile.h"
 #include "geo/nbDate.h"
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
-#include "util/nbNumber.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -89,11 +88,7 @@ bool placeRecords(NbCursor header, std::int64_t fileSize, const char* path, NbNo
                     static_cast<int>(least));
         return false;
     }
-    if (records->lines < 1 || records->lines > noaaLongest) {
-        nbpLogError("%s : %s: %d lines, expected 1 to %d\n", openName, path, records->lines,
-                    noaaLongest);
-        return false;
-    }
+    if (!nbpNoaaCheckLines(*records, path, openName)) return false;
     records->countPresent(fileSize);
     if (records->first < 0 || records->present < 1) {
         nbpLogError("%s : %s: record %d is told to be the first of data, outside the file\n",
@@ -106,11 +101,7 @@ bool placeRecords(NbCursor header, std::int64_t fileSize, const char* path, NbNo
 int openFile(NbNgacFile* file, const char* path)
 {
     NbNoaaRecords& records = file->image.records;
-    records.stream = nbpFileOpenRead(path, false);
-    if (!records.stream) {
-        nbpLogError("%s: Can not open '%s'.\n", openName, path);
-        return NB_NGAC_NO_FILE;
-    }
+    if (!nbpNoaaOpenStream(&records, path, openName)) return NB_NGAC_NO_FILE;
     std::array<std::byte, headerLength> bytes{}; // what a short file lacks is zero
     std::ignore = std::fread(bytes.data(), 1, bytes.size(), records.stream.get());
     const NbCursor header(bytes, NbByteOrder::Big);
@@ -140,22 +131,10 @@ int openFile(NbNgacFile* file, const char* path)
     return NB_NGAC_OPEN;
 }
 
-// Time of a line, MJD; 0 when the file does not hold it.
+// The time ends at byte 12.
 double timeOfLine(const NbNgacFile& file, int n)
 {
-    std::array<std::byte, 12> info;
-    if (!file.image.records.read(n, info)) return 0;
-    return nbpNgacLineTime(NbCursor(info, NbByteOrder::Big));
-}
-
-void dateFields(double mjd, std::int16_t out[6])
-{
-    NbDateInts date{};
-    nbDateMjdToInts(mjd, &date);
-    const std::int32_t fields[6] = {date.year, date.month,  date.day,
-                                    date.hour, date.minute, date.second};
-    std::transform(std::begin(fields), std::end(fields), out,
-                   [](std::int32_t field) { return nbpWrap16(field); });
+    return nbpNoaaTimeOfLine<12>(file.image.records, n, nbpNgacLineTime);
 }
 
 constexpr NbSatSlots ngacSlots = {
@@ -260,29 +239,19 @@ int nbNgacLinkSat(NbSatObject* object, const char* path)
         auto file = std::make_unique<NbNgacFile>();
         if (const int code = nbNgacOpenFile(file.get(), path); code != NB_NGAC_OPEN) return code;
         std::memcpy(object->satName, file->satName, sizeof object->satName);
-        object->pixelNum = noaaPixels;
-        object->lineNum = nbpWrap16(file->image.records.lines);
-        dateFields(timeOfLine(*file, 0), object->startTime);
-        dateFields(nbpNgacGetEndTime(file.get()), object->endTime);
+        nbpNoaaFillObject(object, file->image, timeOfLine(*file, 0), nbpNgacGetEndTime(file.get()));
         nbpSatSetSlots(object, &ngacSlots);
         object->privateData = file.release(); // last: nothing after it can fail
         return static_cast<int>(NB_NGAC_OPEN);
     });
 }
 
-// Deliberate: the width is stored, as with the other formats, and the answer is -1 all the same:
-// nothing is filled. With 0 the converter would believe that its gaps were closed.
 int nbNgacSetStopGap(void* p, int gap)
 {
-    nbpNgacFile(p)->image.stopGap = gap;
-    nbpLogWarn("%s : NOAA GAC はエラーライン補完処理に対応していません\n", "nbNgacSetStopGap()");
-    return -1;
+    return nbpNoaaSetStopGap(&nbpNgacFile(p)->image, gap, "nbNgacSetStopGap()");
 }
 
 int nbNgacSetShift(void* p, const float* dPixel, const float* dLine)
 {
-    NbNoaaPass& pass = nbpNgacFile(p)->image.pass;
-    pass.shiftPixel = *dPixel;
-    pass.shiftLine = *dLine;
-    return 0;
+    return nbpNoaaSetShift(&nbpNgacFile(p)->image.pass, dPixel, dLine);
 }

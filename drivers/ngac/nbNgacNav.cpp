@@ -2,9 +2,8 @@
 #include "drivers/ngac/nbNgacFile.h"
 #include "util/nbGuard.h"
 
-#include <algorithm>
+#include <array>
 #include <cstdio>
-#include <vector>
 
 namespace {
 
@@ -58,13 +57,8 @@ void nbpNgacGetNavPointInfo(void* p, float pixel, float line, double lon, double
 int nbNgacGetSatPosEf(void* p, double, double* position)
 {
     return nbpGuard("nbNgacGetSatPosEf()", -1, [&] {
-        const NbNoaaRecords& records = nbpNgacFile(p)->image.records;
-        std::vector<std::byte> info(records.infoLength);
-        if (!records.read(0, info)) return -1;
-        NbNoaaLine line;
-        nbpNgacDecodeLine(NbCursor(info, NbByteOrder::Big), &line);
-        nbpNoaaSatPosition(line, 1000, position);
-        return 0;
+        return nbpNoaaFirstSatPosition(nbpNgacFile(p)->image.records, nbpNgacDecodeLine, 1000,
+                                       position);
     });
 }
 

@@ -46,7 +46,7 @@ int nbNgacv1GetR4DataByPixLin(void* p, const float* pixel, const float* line, fl
         if (lacking && element.physics == noaaTemperature) return noaaMissingR4;
         const double physical =
             nbpNgacv1PhysicalValue(*file, calibration, v, element.channel, element.physics);
-        return physical == -9999.0 ? noaaMissingR4 : nbpToFloat(physical);
+        return physical == noaaNoTemperature ? noaaMissingR4 : nbpToFloat(physical);
     };
     return nbpGuard(caller, -1, [&] {
         return nbpNoaaGetData(&file->image, pixel, line, out, n, noaaMissingR4, caller,

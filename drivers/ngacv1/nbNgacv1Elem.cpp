@@ -3,7 +3,6 @@
 #include "drivers/ngacv1/nbNgacv1File.h"
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
-#include "util/nbNumber.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,8 +13,6 @@ namespace {
 // Planck's law in wavenumbers, as the Polar Orbiter Data User's Guide has it, section 3.3.
 constexpr double planckC1 = 1.1910659e-05; // mW m^-2 sr^-1 cm^4
 constexpr double planckC2 = 1.438833;      // K cm
-
-constexpr double noTemperature = -9999.0;
 
 const NbNgacv1Thermal* thermalOf(int channel)
 {
@@ -32,7 +29,7 @@ double temperature(const NbNgacv1Thermal& channel, double radiance)
     for (int i = 0; i < mostTries; ++i) {
         const double v = channel.wavenumber[range];
         const double ratio = planckC1 * (v * v * v) / radiance + 1.0;
-        if (!(ratio > 0)) return noTemperature;
+        if (!(ratio > 0)) return noaaNoTemperature;
         const double t = planckC2 * v / std::log(ratio);
         const auto end = std::ranges::find_if(ngacv1RangeEnds, [t](double e) { return t < e; });
         const auto next = static_cast<std::size_t>(end - ngacv1RangeEnds.begin());
@@ -40,18 +37,6 @@ double temperature(const NbNgacv1Thermal& channel, double radiance)
         range = next;
     }
     return -1.0;
-}
-
-// The coefficients from which a table is made: those of the first line that has them.
-bool findCalibration(const NbNgacv1File& file, int channel, NbNgacv1Calibration* out)
-{
-    const NbNoaaRecords& records = file.image.records;
-    std::vector<std::byte> info(records.infoLength);
-    for (int n = 0; records.read(n, info); ++n) {
-        *out = nbpNgacv1DecodeCalibration(NbCursor(info, NbByteOrder::Big));
-        if (channel != 2 || out->slope[2] != 0) return true;
-    }
-    return false;
 }
 
 } // namespace
@@ -115,12 +100,7 @@ int nbNgacv1GetChInfo(void* p, int channel, int* pixels, int* lines, int* levels
 int nbpNgacv1CheckElem(void* p, const char* name, const char* caller, int* channel, int* physics)
 {
     return nbpGuard(caller, static_cast<int>(noaaNoElement), [&] {
-        NbNoaaElement element;
-        const int code = nbpNoaaCheckElem(nbpNgacv1File(p)->image, name, caller, &element);
-        if (code == noaaNoElement) return code;
-        *channel = element.channel;
-        *physics = element.physics;
-        return code;
+        return nbpNoaaCheckElem(nbpNgacv1File(p)->image, name, caller, channel, physics);
     });
 }
 
@@ -137,29 +117,26 @@ int nbNgacv1SetElements(void* p, const char* name, int* pixels, int* lines, int*
 int nbNgacv1GetCalTable(void* p, const char* name, float* table, int* n)
 {
     constexpr const char* caller = "nbNgacv1GetCalTable()";
-    if (name == nullptr || n == nullptr || *n < 0 || (table == nullptr && *n > 0)) return -1;
     return nbpGuard(caller, -1, [&] {
         const NbNgacv1File& file = *nbpNgacv1File(p);
         NbNoaaElement element;
-        const int physics = nbpNoaaCheckElem(file.image, name, caller, &element);
-        if (physics == noaaNoElement) return -1;
-        if (physics == noaaCounts) {
-            nbpLogError("%s : bad element name '%s'\n", caller, name);
-            return -1;
-        }
-        const int room = std::min(*n, noaaLevels);
-        *n = noaaLevels;
+        const int room = nbpNoaaTableRoom(file.image, name, table, n, caller, &element);
+        if (room < 0) return -1;
         NbNgacv1Calibration calibration;
-        if (!findCalibration(file, element.channel, &calibration)) return -1;
-        if (!nbpNgacv1HasValues(file, physics)) { // said once, not for each count
+        const auto usable = [&](const NbNgacv1Calibration& c) {
+            return element.channel != 2 || c.slope[2] != 0;
+        };
+        if (!nbpNoaaFindCalibration(file.image.records, &calibration, nbpNgacv1DecodeCalibration,
+                                    usable))
+            return -1;
+        if (!nbpNgacv1HasValues(file, element.physics)) { // said once, not for each count
             std::fill_n(table, room, -1.0F);
             return 0;
         }
-        for (int i = 0; i < room; ++i) {
-            const double value =
-                nbpNgacv1PhysicalValue(file, calibration, i, element.channel, physics);
-            table[i] = value == noTemperature && i > 0 ? table[i - 1] : nbpToFloat(value);
-        }
+        nbpNoaaFillTable({table, static_cast<std::size_t>(room)}, [&](int count) {
+            return nbpNgacv1PhysicalValue(file, calibration, count, element.channel,
+                                          element.physics);
+        });
         return 0;
     });
 }

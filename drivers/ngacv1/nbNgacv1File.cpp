@@ -1,11 +1,10 @@
 #include "drivers/ngacv1/nbNgacv1File.h"
 
+#include "drivers/common/nbNoaaFile.h"
 #include "geo/nbDate.h"
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
-#include "util/nbNumber.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -37,11 +36,7 @@ int satelliteNumber(int id)
 int openFile(NbNgacv1File* file, const char* path)
 {
     NbNoaaRecords& records = file->image.records;
-    records.stream = nbpFileOpenRead(path, false);
-    if (!records.stream) {
-        nbpLogError("%s: Can not open '%s'.\n", openName, path);
-        return NB_NGACV1_NO_FILE;
-    }
+    if (!nbpNoaaOpenStream(&records, path, openName)) return NB_NGACV1_NO_FILE;
     const std::int64_t size = nbpFileSize(records.stream.get());
     const std::int64_t leading = size % recordLength == 0 ? 0 : leadingLength;
     std::array<std::byte, leadingLength + 10> bytes{}; // what a short file lacks is zero
@@ -54,11 +49,7 @@ int openFile(NbNgacv1File* file, const char* path)
     records.length = recordLength;
     records.infoLength = infoLength;
     records.first = leading + 2 * recordLength; // the header fills two records
-    if (records.lines < 1 || records.lines > noaaLongest) {
-        nbpLogError("%s : %s: %d lines, expected 1 to %d\n", openName, path, records.lines,
-                    noaaLongest);
-        return NB_NGACV1_REFUSED;
-    }
+    if (!nbpNoaaCheckLines(records, path, openName)) return NB_NGACV1_REFUSED;
     records.countPresent(size);
     if (records.present < 1) {
         nbpLogError("%s : %s: %ld bytes hold no line\n", openName, path, static_cast<long>(size));
@@ -71,22 +62,10 @@ int openFile(NbNgacv1File* file, const char* path)
     return NB_NGACV1_OPEN;
 }
 
-// Time of a line, MJD; 0 when the file does not hold it.
+// The time ends at byte 8.
 double timeOfLine(const NbNgacv1File& file, int n)
 {
-    std::array<std::byte, 8> info;
-    if (!file.image.records.read(n, info)) return 0;
-    return nbpNgacv1LineTime(NbCursor(info, NbByteOrder::Big));
-}
-
-void dateFields(double mjd, std::int16_t out[6])
-{
-    NbDateInts date{};
-    nbDateMjdToInts(mjd, &date);
-    const std::int32_t fields[6] = {date.year, date.month,  date.day,
-                                    date.hour, date.minute, date.second};
-    std::transform(std::begin(fields), std::end(fields), out,
-                   [](std::int32_t field) { return nbpWrap16(field); });
+    return nbpNoaaTimeOfLine<8>(file.image.records, n, nbpNgacv1LineTime);
 }
 
 constexpr NbSatSlots ngacv1Slots = {
@@ -190,29 +169,20 @@ int nbNgacv1LinkSat(NbSatObject* object, const char* path)
         if (file->image.satNumber != 0)
             std::snprintf(object->satName, sizeof object->satName, "NOAA-%d",
                           file->image.satNumber);
-        object->pixelNum = noaaPixels;
-        object->lineNum = nbpWrap16(file->image.records.lines);
-        dateFields(timeOfLine(*file, 0), object->startTime);
-        dateFields(nbpNgacv1GetEndTime(file.get()), object->endTime);
+        nbpNoaaFillObject(object, file->image, timeOfLine(*file, 0),
+                          nbpNgacv1GetEndTime(file.get()));
         nbpSatSetSlots(object, &ngacv1Slots);
         object->privateData = file.release(); // last: nothing after it can fail
         return static_cast<int>(NB_NGACV1_OPEN);
     });
 }
 
-// Deliberate: the width is stored, as with the other formats, and the answer is -1 all the same:
-// nothing is filled. With 0 the converter would believe that its gaps were closed.
 int nbNgacv1SetStopGap(void* p, int gap)
 {
-    nbpNgacv1File(p)->image.stopGap = gap;
-    nbpLogWarn("%s : NOAA GAC はエラーライン補完処理に対応していません\n", "nbNgacv1SetStopGap()");
-    return -1;
+    return nbpNoaaSetStopGap(&nbpNgacv1File(p)->image, gap, "nbNgacv1SetStopGap()");
 }
 
 int nbNgacv1SetShift(void* p, const float* dPixel, const float* dLine)
 {
-    NbNoaaPass& pass = nbpNgacv1File(p)->image.pass;
-    pass.shiftPixel = *dPixel;
-    pass.shiftLine = *dLine;
-    return 0;
+    return nbpNoaaSetShift(&nbpNgacv1File(p)->image.pass, dPixel, dLine);
 }

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <vector>
 
 namespace {
 
@@ -59,13 +58,8 @@ void nbpNgacv1GetNavPointInfo(void* p, float pixel, float line, double lon, doub
 int nbNgacv1GetSatPosEf(void* p, double, double* position)
 {
     return nbpGuard("nbNgacv1GetSatPosEf()", -1, [&] {
-        const NbNoaaRecords& records = nbpNgacv1File(p)->image.records;
-        std::vector<std::byte> info(records.infoLength);
-        if (!records.read(0, info)) return -1;
-        NbNoaaLine line;
-        nbpNgacv1DecodeLine(NbCursor(info, NbByteOrder::Big), &line);
-        nbpNoaaSatPosition(line, 1000, position);
-        return 0;
+        return nbpNoaaFirstSatPosition(nbpNgacv1File(p)->image.records, nbpNgacv1DecodeLine, 1000,
+                                       position);
     });
 }
 

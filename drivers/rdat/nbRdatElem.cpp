@@ -1,4 +1,5 @@
 #include "drivers/common/nbHimawariCodes.h"
+#include "drivers/common/nbHimawariNames.h"
 #include "drivers/rdat/nbRdatElemTable.h"
 #include "drivers/rdat/nbRdatFile.h"
 #include "util/nbLogFormat.h"
@@ -20,7 +21,7 @@ int rdatCheckElem(const NbRdatFile& file, const char* text)
 {
     const auto name = nbpElemSplit(text, longestName, keptName);
     if (!name) return rdatNoElement;
-    const int row = nbpElemFindRow(nbpElemResolve(name->channel, rdatAliases), rdatRows);
+    const int row = nbpElemFindRow(nbpElemResolve(name->channel, himawariAliases), rdatRows);
     if (row < 0 || row + 1 != file.header.band) return rdatNoElement;
     if (name->counts) return rdatCounts;
     const char* suffixes = rdatRows[row].suffixes;

@@ -1,12 +1,11 @@
 #include "drivers/rdat/nbRdatFile.h"
 
-#include "geo/nbDate.h"
+#include "drivers/common/nbDateFields.h"
 #include "util/nbFile.h"
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
 #include "util/nbNumber.h"
 
-#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <limits>
@@ -66,16 +65,6 @@ int openFile(NbRdatFile* file, const char* path)
     return NB_RDAT_OPEN;
 }
 
-void dateFields(double mjd, std::int16_t out[6])
-{
-    NbDateInts date{};
-    nbDateMjdToInts(mjd, &date);
-    const std::int32_t fields[6] = {date.year, date.month,  date.day,
-                                    date.hour, date.minute, date.second};
-    std::transform(std::begin(fields), std::end(fields), out,
-                   [](std::int32_t field) { return nbpWrap16(field); });
-}
-
 constexpr NbSatSlots rdatSlots = {
     .GetChNum = nbRdatGetChNum,
     .GetChInfo = nbRdatGetChInfo,
@@ -128,8 +117,8 @@ int nbRdatLinkSat(NbSatObject* object, const char* path)
         std::snprintf(object->satName, sizeof object->satName, "RDAT-%d", header.satellite);
         object->pixelNum = nbpWrap16(header.columns);
         object->lineNum = nbpWrap16(header.lines);
-        dateFields(header.startMjd, object->startTime);
-        dateFields(header.endMjd, object->endTime);
+        nbpDateFields(header.startMjd, object->startTime);
+        nbpDateFields(header.endMjd, object->endTime);
         nbpSatSetSlots(object, &rdatSlots);
         object->privateData = file.release(); // last: nothing after it can fail
         return static_cast<int>(NB_RDAT_OPEN);

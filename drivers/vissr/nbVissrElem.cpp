@@ -6,23 +6,11 @@
 #include <algorithm>
 #include <cstdio>
 #include <span>
-#include <string>
 #include <string_view>
 
 namespace {
 
 constexpr std::size_t channelTextSize = 256; // of a caller of GetChInfo
-
-// True when a word stands in a list, both separated by commas. A word with commas of its own is
-// found where its parts follow each other.
-bool isListed(std::string_view list, std::string_view word)
-{
-    std::string inCommas;
-    inCommas.append(1, ',').append(list).append(1, ',');
-    std::string wanted;
-    wanted.append(1, ',').append(word).append(1, ',');
-    return inCommas.find(wanted) != std::string::npos;
-}
 
 int checkElem(const NbVissrFile& file, const char* text, const char* caller)
 {
@@ -30,8 +18,8 @@ int checkElem(const NbVissrFile& file, const char* text, const char* caller)
     const std::size_t bar = whole.find('_');
     const bool counts = bar == std::string_view::npos;
     const NbElemRow& row = vissrRows[file.channel];
-    if (!isListed(row.names, whole.substr(0, bar)) ||
-        (!counts && !isListed(row.suffixes, whole.substr(bar)))) {
+    if (!nbpElemIsListed(row.names, whole.substr(0, bar)) ||
+        (!counts && !nbpElemIsListed(row.suffixes, whole.substr(bar)))) {
         nbpLogWarn("%s : bad element name '%s'\n", caller, whole.empty() ? "" : text);
         return vissrUnknownName;
     }

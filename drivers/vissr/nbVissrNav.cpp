@@ -4,6 +4,7 @@
  * u, with C the direction of the scan's centre: the sun's direction turned around u by an angle
  * that the file has. Lengths are metres and frames earth-fixed unless said otherwise.
  */
+#include "drivers/common/nbWrapLon.h"
 #include "drivers/vissr/nbVissrFile.h"
 #include "geo/nbAstroUtl.h"
 #include "geo/nbVector.h"
@@ -45,20 +46,6 @@ double wrap(double angle, double half)
     while (angle < -half)
         angle += 2 * half;
     return angle;
-}
-
-// Deliberate: a longitude that needs wrapping goes through a float at each step and keeps only
-// its precision, about 1e-5 degree. In double, points west of the date line would move a little
-// against those east of it that stay as they are.
-double wrapLonFloat(double lon)
-{
-    float f = nbpToFloat(lon);
-    if (std::abs(f) > 1e6F) lon = f = std::fmod(f, 360.0F);
-    while (f > 180.0F)
-        lon = f = f - 360.0F;
-    while (f < -180.0F)
-        lon = f = f + 360.0F;
-    return lon;
 }
 
 // The interval of a table that holds a time: index i and how far the time is from entry i to
@@ -221,7 +208,7 @@ public:
         if (info != nullptr) *info = NbPointInfo{};
         if (nbpToFloat(lat) == noPositionF || lon == noPosition) return 0;
         if (!(std::abs(lat) <= 90) || !std::isfinite(lon)) return NB_NAV_INPUT;
-        const double lambda = wrapLonFloat(lon) * radPerDeg;
+        const double lambda = nbpWrapLonFloat<NbLonWest::stays>(lon) * radPerDeg;
         const double sinPhi = std::sin(lat * radPerDeg);
         const double cosPhi = std::cos(lat * radPerDeg);
         const double n = semiMajor / std::sqrt(1 - e2 * (sinPhi * sinPhi));

@@ -1,4 +1,5 @@
 #include "tests/drivers/gvarScene.h"
+#include "tests/drivers/onePoint.h"
 
 #include <gtest/gtest.h>
 
@@ -18,28 +19,6 @@ constexpr double equatorial = 6378.137; // km
 constexpr double flattening = 1 / 298.25;
 constexpr double nsStep = pi / 64 / 6136 * 3.5; // a visible line
 constexpr double ewStep = pi / 32 / 6136;       // a visible pixel
-
-struct Position {
-    float pixel, line;
-    int bits;
-};
-Position toImage(const GvarScene& scene, double lon, double lat, double height = 0)
-{
-    Position p{};
-    p.bits = scene.object.LonLatHgtToPixLinInfo(scene.p(), &lon, &lat, &height, &p.pixel, &p.line,
-                                                nullptr, 1);
-    return p;
-}
-struct Place {
-    double lon, lat;
-    int bits;
-};
-Place toEarth(const GvarScene& scene, float pixel, float line)
-{
-    Place e{};
-    e.bits = scene.object.PixLinToLonLatInfo(scene.p(), &pixel, &line, &e.lon, &e.lat, nullptr, 1);
-    return e;
-}
 
 using Vec = std::array<double, 3>;
 Vec cross(const Vec& a, const Vec& b)

@@ -1,4 +1,5 @@
 #include "tests/drivers/hisdScene.h"
+#include "tests/drivers/onePoint.h"
 
 #include <gtest/gtest.h>
 
@@ -12,29 +13,6 @@ namespace {
 
 constexpr double radian = std::numbers::pi / 180;
 const double nan = std::numeric_limits<double>::quiet_NaN();
-
-struct Position {
-    float pixel, line;
-    int bits;
-};
-Position toImage(const HisdScene& scene, double lon, double lat, double height = 0)
-{
-    Position p{};
-    p.bits = scene.object.LonLatHgtToPixLinInfo(scene.p(), &lon, &lat, &height, &p.pixel, &p.line,
-                                                nullptr, 1);
-    return p;
-}
-
-struct Place {
-    double lon, lat;
-    int bits;
-};
-Place toEarth(const HisdScene& scene, float pixel, float line)
-{
-    Place e{};
-    e.bits = scene.object.PixLinToLonLatInfo(scene.p(), &pixel, &line, &e.lon, &e.lat, nullptr, 1);
-    return e;
-}
 
 // The disk of 5500 lines. Its raster is of zeros.
 SynthHisd realDisk()

@@ -1,5 +1,6 @@
 #include "sat/nbSat.h"
 #include "tests/drivers/hritScene.h"
+#include "tests/drivers/onePoint.h"
 
 #include <gtest/gtest.h>
 
@@ -10,29 +11,6 @@
 namespace {
 
 const double nan = std::numeric_limits<double>::quiet_NaN();
-
-struct Position {
-    float pixel, line;
-    int bits;
-};
-Position toImage(const HritScene& scene, double lon, double lat, double height = 0)
-{
-    Position p{};
-    p.bits = scene.object.LonLatHgtToPixLinInfo(scene.p(), &lon, &lat, &height, &p.pixel, &p.line,
-                                                nullptr, 1);
-    return p;
-}
-
-struct Place {
-    double lon, lat;
-    int bits;
-};
-Place toEarth(const HritScene& scene, float pixel, float line)
-{
-    Place e{};
-    e.bits = scene.object.PixLinToLonLatInfo(scene.p(), &pixel, &line, &e.lon, &e.lat, nullptr, 1);
-    return e;
-}
 
 // An image whose raster is left out: it reads as zeros.
 SynthHrit plane(const char* projection, int columns, int lines, int factor, int coff, int loff)
