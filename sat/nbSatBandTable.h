@@ -57,7 +57,7 @@ constexpr NbPlanckBand nbpPlanckOf(const NbPlanckSet& wavelength)
 inline constexpr int planckBandLast = 33; // the highest row that operations accept
 inline constexpr NbPlanckBand noSensor = {};
 
-// A split window, 11.42 and 10.98 um. Their sensor is not on record; the figures stand as given.
+// A split window, 11.42 and 10.98 um. No published sensor has just these figures.
 inline constexpr NbPlanckSet splitWindow1 = {
     .c1 = 613.56523,
     .c2 = 1260.0262,

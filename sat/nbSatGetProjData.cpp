@@ -422,13 +422,14 @@ int projectExact(const char* caller, const Objects& objects, NbProjPara* proj, N
     return bands;
 }
 
-// Crop and zoom of the satellite's own image: the first object that can give it, or with
-// `merges` all of them laid over each other. There a sample that is missing does not cover its
-// cell, so that segments of one disk make one picture.
+// Crop and zoom of the satellite's own image: the first object that can give it, or with an
+// overlap mode above 0 all of them laid over each other. There a sample that is missing does not
+// cover its cell, so that segments of one disk make one picture.
 template <class T>
-int projectZoom(const char* caller, const Objects& objects, const NbProjPara* proj, bool merges,
+int projectZoom(const char* caller, const Objects& objects, const NbProjPara* proj, int mode,
                 Target<T>& target)
 {
+    const bool merges = mode > 0;
     constexpr int most = std::numeric_limits<std::int16_t>::max();
     if (proj->xNum > most || proj->yNum > most) {
         nbpLogError("%s : a zoomed image has at most %d columns and rows, not %d x %d\n", caller,
@@ -456,6 +457,10 @@ int projectZoom(const char* caller, const Objects& objects, const NbProjPara* pr
     NbArray<T> values(merges ? columns * static_cast<std::size_t>(proj->yNum) : 0, T{},
                       NbAllocator<T>(caller));
     NbArray<float> position(columns, 0.0F, NbAllocator<float>(caller));
+    // Of the modes behind the file times only those of the samples can compare here. In the others
+    // all objects are equal, so the later one takes the cell.
+    const bool bySample = mode == NB_OVERLAP_SMALLEST || mode == NB_OVERLAP_LARGEST;
+    const NbArray<double> equal(columns, 0.0, NbAllocator<double>(caller));
     int good = 0;
     target.beginRows(0, proj->yNum);
     for (NbSatObject* object : objects) {
@@ -468,8 +473,15 @@ int projectZoom(const char* caller, const Objects& objects, const NbProjPara* pr
             for (std::size_t x = 0; x < columns && merges; ++x)
                 position[x] =
                     Sampler<T>::isMissing(row[x], object->errorValue) ? nbNoPosition : 0.0F;
-            const RowPart<T> part{
-                object, y, 0, proj->xNum, row, position.data(), position.data(), nullptr, nullptr};
+            const RowPart<T> part{object,
+                                  y,
+                                  0,
+                                  proj->xNum,
+                                  row,
+                                  position.data(),
+                                  position.data(),
+                                  bySample ? nullptr : equal.data(),
+                                  nullptr};
             if (good == 0)
                 target.put(part);
             else
@@ -525,9 +537,20 @@ int getProjData(const char* caller, NbSatObject* object, NbProjPara* proj, T* ou
         nbpLogError("%s : no selected element.\n", caller);
         return -1;
     }
+    // The planes have one value a cell.
+    for (const NbSatObject* each : objects)
+        if (each->elemNum != 1) {
+            nbpLogError("%s : an element of %d values per pixel has no map grid\n", caller,
+                        each->elemNum);
+            return -1;
+        }
+    if (infoOut != nullptr && infoSel > 0)
+        std::fill_n(infoOut,
+                    static_cast<std::size_t>(proj->xNum) * static_cast<std::size_t>(proj->yNum),
+                    -9999.0);
     const bool merges = mode > 0 && objects.size() > 1;
     Target<T> target(*proj, out, merges ? mode : 0, infoOut, ownerOut, objects);
-    if (zooms) return projectZoom(caller, objects, proj, merges, target);
+    if (zooms) return projectZoom(caller, objects, proj, merges ? mode : 0, target);
 
     NbCellFields fields;
     fields.mode = merges ? mode : 0;

@@ -38,7 +38,7 @@ enum NbOverlapMode {
  * @param out       xNum x yNum values; the element's error value where nothing covers the cell
  * @param mode      NbOverlapMode; a negative one acts as 0
  * @param infoSel   1 to 10: field infoSel - 1 of NbPointInfo goes to infoOut; below 1: none
- * @param infoOut   xNum x yNum values or null
+ * @param infoOut   xNum x yNum values or null; -9999.0 where no object gave the cell
  * @param ownerOut  xNum x yNum bytes or null: objectIndex of the object that gave the cell, or
  *                  255
  * @return 0 or a positive count; negative on failure (logged)

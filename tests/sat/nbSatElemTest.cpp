@@ -144,7 +144,7 @@ TEST(SatElem, PrintInfoListsWhatIsOpen)
 }
 
 // Radiances at the two ends of the ten-bit calibration of the two imagers that rows 8 to 11 and 16
-// to 19 stand for. The last column is how far the told digits and one wavelength a band let the
+// to 19 stand for. The last column is how far the printed digits and one wavelength a band let the
 // temperature of the low end come.
 struct CalibrationEnd {
     int band;

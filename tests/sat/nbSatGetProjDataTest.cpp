@@ -238,6 +238,36 @@ TEST(ProjData, WrongArgumentsAreRefused)
     nbSatCloseObject(&object);
 }
 
+TEST(ProjData, ElementOfSeveralValuesIsRefusedAndNothingWritten)
+{
+    FakeImage image;
+    NbSatObject object = image.open();
+    nbSatSetElems(&object, "IR1_P"); // two values per pixel
+    NbProjPara p = grid(141, 9, 0.5, 10, 10, 6);
+    std::vector<std::int16_t> out(100, -77);
+    StderrCapture text;
+    EXPECT_EQ(nbSatGetI2ProjData(&object, &p, out.data(), 0, 0, nullptr, nullptr), -1);
+    EXPECT_NE(text.get().find("2 values per pixel"), std::string::npos);
+    EXPECT_EQ(out, std::vector<std::int16_t>(100, -77));
+    nbSatCloseObject(&object);
+}
+
+// A grid of 8 columns and rows has a last lattice cell of a single map cell.
+TEST(ProjData, ALatticeCellOfOneMapCellAtAnEdgeIsReportedAndRight)
+{
+    FakeImage image;
+    image.hiddenEarth = [](double lon, double lat) {
+        return lon > 144.7 && lat < 6.3 ? NB_NAV_LIMB : 0; // the last cell alone
+    };
+    NbSatObject object = opened(image);
+    StderrCapture text;
+    const Planes planes = project(&object, grid(141.3, 9.7, 0.5, 8, 8, 6));
+    EXPECT_EQ(text.get(), "NB_Error: nbSatGetProjData nbSatGetI2ProjData() : INTERNAL BUG !! \n");
+    EXPECT_EQ(std::count(planes.owner.begin(), planes.owner.end(), nobody), 1);
+    EXPECT_EQ(planes.owner.back(), nobody);
+    nbSatCloseObject(&object);
+}
+
 // ---- lists of segments -------------------------------------------------------------------------
 
 // The objects of a list, closed one by one at the end.
@@ -399,6 +429,16 @@ TEST(ProjDataZoom, SegmentsMakeOnePictureAndAMissingSampleIsNotCovered)
         EXPECT_EQ(planes.out[at], disk.defaultCount(x + 31, y + 41)) << x << ", " << y;
         EXPECT_EQ(planes.owner[at], y < 15 ? 0 : 1);
     }
+    // Without times or angles of its cells a zoom has nothing to compare: the later file wins
+    // what both cover, whatever its samples.
+    OpenList twice(disk, 1, "B13");
+    ASSERT_EQ(nbSatOpenObject(&twice.objects[1], twice.objects[0].fileName), 0);
+    nbSatSetElems(&twice.objects[1], "B13");
+    twice.objects[0].objectNum = 2;
+    twice.objects[1].objectIndex = 1;
+    for (const int mode : {3, 4, 5, 6, 9, 10})
+        EXPECT_EQ(project(twice.objects.data(), p, mode).owner[0], 1) << mode;
+
     p.xNum = 40000;
     StderrCapture text;
     EXPECT_EQ(nbSatGetI2ProjData(parts.objects.data(), &p, nullptr, 1, 0, nullptr, nullptr), -1);
@@ -418,8 +458,11 @@ TEST(MgetProjData, FilesAreSortedOpenedAndLaidOverEachOther)
     NbSatObject like{};
     ASSERT_EQ(nbSatOpenObject(&like, paths[0].c_str()), 0);
     nbSatSetElems(&like, "B13");
+    // A blank in a name does not make it a list of two files.
+    const std::string blank = dir / "part one";
+    writeFile(blank, readFile(paths[1]));
     char names[3][256];
-    std::strcpy(names[0], paths[1].c_str());
+    std::strcpy(names[0], blank.c_str());
     std::strcpy(names[1], (dir / "junk").c_str());
     std::strcpy(names[2], paths[0].c_str());
     char* list[3] = {names[0], names[1], names[2]};
