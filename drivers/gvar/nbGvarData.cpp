@@ -34,23 +34,19 @@ public:
             ++errors_;
             lastBad_ = n;
         }
-        noMemory_ = code == gvarLineNoMemory;
-        over_ = code == gvarLineFileEnd || noMemory_;
+        over_ = code == gvarLineFileEnd || code == gvarLineNoMemory;
         return line.counts.empty() ? nullptr : &line;
     }
     // Deliberate: a line behind the end of the file ends the call, also for positions further on
     // that have their line. Going on would search the file's end for each of them.
     bool over() const { return over_; }
-    // Of the call: lines in error; -1 when memory ran out, for then lines are missing that the
-    // file has.
-    int result() const { return noMemory_ ? -1 : errors_; }
+    int errors() const { return errors_; }
 
 private:
     NbGvarFile* file_;
     int errors_ = 0;
     int lastBad_ = -1;
     bool over_ = false;
-    bool noMemory_ = false;
 };
 
 // Turns the counts of a line into values.
@@ -99,7 +95,7 @@ int getDataByPixLin(NbGvarFile* file, const float* pixel, const float* line, Out
         convert.setLine(y);
         out[k] = convert(found->counts[static_cast<std::size_t>(x)]);
     }
-    return lines.result();
+    return lines.errors();
 }
 
 // Whether the selected element has physical values; logged when not.
@@ -130,7 +126,7 @@ int zoom(NbGvarFile* file, const NbZoomRect& rect, Out* out, int more, int endLi
     const std::int64_t height = rect.height == 0 ? toBottom + more : rect.height;
     std::int64_t outWidth = rect.outWidth;
     if (width > toRight) {
-        outWidth = outWidth * toRight / width;
+        outWidth = width > 0 ? outWidth * toRight / width : 0;
         width = toRight;
     }
     outWidth = std::clamp<std::int64_t>(outWidth, 0, rect.outWidth);
@@ -154,7 +150,7 @@ int zoom(NbGvarFile* file, const NbZoomRect& rect, Out* out, int more, int endLi
                 if (columns[k] >= 0 && columns[k] < found->pixels())
                     row[k] = convert(found->counts[static_cast<std::size_t>(columns[k])]);
         }
-        return lines.result();
+        return lines.errors();
     });
 }
 

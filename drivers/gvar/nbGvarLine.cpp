@@ -289,24 +289,31 @@ int readLine(NbGvarFile* file, int line)
     if (!file->cache[at].counts.empty()) return gvarLineDone;
     const bool records = file->blocks.inRecords();
     const int wantedScan = scanOf(*file, line);
-    bool skipping = false;           // to the next documentation block, after a step back
-    int scanBefore = wantedScan - 1; // last scan up to the wanted one in this walk
+    bool skipping = false;    // to the next documentation block, after a step back
+    bool steppedBack = false; // in this call
+    int scanBefore = 0;       // highest scan up to the wanted one since then; 0: none
     for (;;) {
         NbGvarBlock* block = file->blocks.get(file->block);
         int result = gvarLinePassed;
         if (block == nullptr) {
             // The end of the file lies behind every scan that has been met: their lines are
             // looked for once more as if a later scan stood there.
-            const bool again =
-                file->scan > wantedScan || (file->scan == wantedScan && file->stepBackLine != line);
-            if (!again) return gvarLineFileEnd;
+            const bool again = file->scan > wantedScan ||
+                               (file->scan == wantedScan && file->stepBackLine != line &&
+                                !isInGap(*file, wantedScan));
+            if (!again) {
+                if (steppedBack)
+                    file->gap = {
+                        .block = file->block, .before = wantedScan - 1, .behind = wantedScan + 1};
+                return gvarLineFileEnd;
+            }
         } else if (block->header.id == gvarBlock0) {
             getScanCount(file, *block);
             if (!records && file->scan >= 1 &&
                 static_cast<std::size_t>(file->scan) <= file->scanBlocks.size())
                 file->scanBlocks[static_cast<std::size_t>(file->scan) - 1] =
                     static_cast<std::int64_t>(file->block);
-            if (file->scan <= wantedScan) scanBefore = file->scan;
+            if (file->scan <= wantedScan) scanBefore = std::max(scanBefore, file->scan);
             skipping = false;
             ++file->block;
             continue;
@@ -319,7 +326,11 @@ int readLine(NbGvarFile* file, int line)
         switch (result) {
         case gvarLineDone:
             ++file->block;
-            if (!file->cache[at].counts.empty()) return gvarLineDone;
+            if (!file->cache[at].counts.empty()) {
+                // Given back later and asked for again, it may be looked for again.
+                if (file->stepBackLine == line) file->stepBackLine = -1;
+                return gvarLineDone;
+            }
             break;
         case gvarLineTooLong:
             ++file->block;
@@ -329,14 +340,17 @@ int readLine(NbGvarFile* file, int line)
             break;
         case gvarLinePassed:
             if (file->stepBackLine == line || isInGap(*file, wantedScan)) {
-                if (file->stepBackLine == line)
-                    file->gap = {.block = file->block, .before = scanBefore, .behind = file->scan};
+                if (steppedBack)
+                    file->gap = {.block = file->block,
+                                 .before = scanBefore > 0 ? scanBefore : wantedScan - 1,
+                                 .behind = file->scan};
                 file->bad[at] = 1;
                 return gvarLineBad;
             }
             file->block = stepBack(*file, line);
             file->stepBackLine = line;
-            scanBefore = wantedScan - 1;
+            scanBefore = 0;
+            steppedBack = true;
             skipping = true;
             break;
         case gvarLineBad:

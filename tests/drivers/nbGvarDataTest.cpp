@@ -267,6 +267,10 @@ TEST(GvarZoom, SourceColumnsAndLinesSpreadOverTheExtent)
     EXPECT_EQ(out[4], -1);     // line -1
     EXPECT_EQ(out[5 + 2], -1); // pixel -1
     EXPECT_EQ(out[5 + 3], scene.synth.countAt(0, 0, 0));
+    // From beyond the edge to the edge: nothing.
+    const NbZoomRect beyond{401, 0, 0, 3, 5, 3};
+    EXPECT_EQ(scene.object.GetI2ZoomData(scene.p(), &beyond, out.data()), 0);
+    EXPECT_EQ(out, std::vector<std::int16_t>(15, -1));
 }
 
 TEST(GvarZoom, ExtentZeroDiffersBetweenCountsAndValues)
