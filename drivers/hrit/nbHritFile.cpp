@@ -267,7 +267,7 @@ int openFile(NbHritFile* file, const char* path)
     }
     // Deliberate: "MTSAT2" alone makes the second generation, while the satellite's name is known
     // by "MTSAT-2" too. Taking both would change the radiances of the files with the hyphen and
-    // fill their errors, which nobody has had so far.
+    // fill their errors.
     if (contains(file->annotation, "MTSAT2")) file->generation = 2;
 
     file->channel = nbpHritChannelOf(file->annotation);

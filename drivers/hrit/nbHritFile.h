@@ -129,7 +129,7 @@ struct NbHritFile {
     std::vector<std::uint16_t> blockCount;
 
     // A missing line is filled from its neighbours. Filling it once more gives the same as long as
-    // no other line has been read: then these say so.
+    // no other line has been read or turned bad: then these say so.
     std::uint64_t linesRead = 0;
     struct Filling {
         std::uint64_t linesRead = 0; // when it was filled

@@ -14,8 +14,8 @@ inline constexpr NbGeosPara hritGeos = {
 };
 inline constexpr double hritFlattening = 0.0033842314306816723; // of the ellipsoid
 
-// A point in its meridian plane. The cosine comes from the sine, as for all MTSAT and Himawari
-// positions made so far; near the poles its last digits are others than those of nbpGeosMeridian.
+// A point in its meridian plane. The cosine comes from the sine and not from the angle: near the
+// poles its last digits are others than those of nbpGeosMeridian.
 inline NbGeosMeridian nbpHritMeridian(double latRad, double heightKm)
 {
     constexpr double ratio = (1 - hritFlattening) * (1 - hritFlattening);

@@ -112,6 +112,9 @@ int readSlot(NbHritFile* file, int n, float r)
     NbLineCache& cache = file->cache;
     const int m = sourceLine(*file, n, r);
     if (!isGood(*file, m)) {
+        // A line that others were filled from may serve no more: their filling is stale.
+        const std::uint8_t was = cache.state(n);
+        if (was != hritLineUnread && was != hritLineBad && was != hritLineFilled) ++file->linesRead;
         cache.setState(n, hritLineBad);
         return NB_HRIT_BAD_LINE;
     }
@@ -231,7 +234,7 @@ bool fillLine(NbHritFile* file, int n, int sides)
     if (counts != before)
         std::fill_n(counts, file->columns, std::uint16_t(before == nullptr ? 0xFFFF : 0));
     // Deliberate: the value between two lines is cut without the 0.5 that error blocks get. With
-    // it, filled lines come out up to one count higher than they ever were.
+    // it, filled lines come out up to one count higher.
     for (int c = 0; c < file->columns && sides != noSide; ++c)
         counts[c] = static_cast<std::uint16_t>(fillCount(*file, n, c, sides, 0.0F));
     return true;

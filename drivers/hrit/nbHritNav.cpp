@@ -192,9 +192,9 @@ public:
     {
         if (!isPlace(lon, lat)) return NB_NAV_INPUT;
         const double x = nbpWrapLon(lon, 0, 360) / 180;
-        const double y = std::log(std::tan((pi / 2 - lat * radPerDeg) * 0.5)) / pi;
+        const double y = std::log(std::tan((pi / 2 - lat * radPerDeg) * 0.5));
         *column = nbpToFloat(p_.cfac * x * 0x1p-16 + p_.coff);
-        *line = nbpToFloat(perUnit(p_.lfac) * y + p_.loff);
+        *line = nbpToFloat(perUnit(p_.lfac) * y / pi + p_.loff);
         return 0;
     }
 

@@ -260,6 +260,28 @@ TEST(HritQuality, LinesAtTheThresholdAreMissingAndFilledOnRequest)
     }
 }
 
+// Line 9 (from 0) is bad. With a shift of 0.4 lines, places 10 and 9.8 lie in one slot: read
+// first from the good line 10, then from the bad one, which takes a neighbour from place 9.
+TEST(HritQuality, ALineThatTurnsBadServesNoFillingAnyMore)
+{
+    SynthHrit synth{.columns = 60, .imageLines = 30};
+    synth.annotation = "MTSAT2 IR1";
+    synth.fill = [](int line, std::span<std::uint16_t> counts) {
+        std::ranges::fill(counts, static_cast<std::uint16_t>((line - 1) * (line - 1)));
+    };
+    synth.quality = "LINE:=10\rERROR:=1\r";
+    const HritScene scene(synth);
+    ASSERT_EQ(scene.code, 0);
+    const float none = 0;
+    const float shift = 0.4F;
+    scene.object.SetShift(scene.p(), &none, &shift);
+    scene.object.SetStopGap(scene.p(), 2);
+    EXPECT_EQ(scene.count(30, 12), 144);
+    EXPECT_EQ(scene.count(30, 9), 82);
+    EXPECT_EQ(scene.count(30, 9.8F), 102);
+    EXPECT_EQ(scene.count(30, 9), 83); // (64 x 2 + 121 x 1) / 3: from places 8 and 11
+}
+
 TEST(HritQuality, TheThresholdCanBeSet)
 {
     const TempFile file(damaged("IR1 MTSAT1", {}, "LINE:=60\rERROR:=0.5\r").bytes());
