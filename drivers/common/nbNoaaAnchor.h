@@ -71,7 +71,8 @@ public:
 
     NbNoaaPlace place(double px, double py) const
     {
-        if (!polar_) return {.lon = px > 180 ? px - 360 : px, .lat = py};
+        // Outer pixels extrapolate over the date line from either side.
+        if (!polar_) return {.lon = px > 180 ? px - 360 : px < -180 ? px + 360 : px, .lat = py};
         const double r = std::sqrt(px * px + py * py);
         return {.lon = std::atan2(py, px) * noaaDegPerRad,
                 .lat = pole_ > 0 ? pole_ - r : pole_ + r};

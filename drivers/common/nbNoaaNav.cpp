@@ -61,8 +61,8 @@ double relAzimuth(const NbNoaaCorners& c, double perDegree)
 int locate(const NbNoaaPass& pass, bool olderFirst, double lon, double lat, float* pixel,
            float* line)
 {
-    if (lat == noPosition || lon == noPosition || !std::isfinite(lon) || !std::isfinite(lat))
-        return NB_NAV_INPUT;
+    if (lat == noPosition) return 0; // an empty cell of a map
+    if (lon == noPosition || !std::isfinite(lon) || !std::isfinite(lat)) return NB_NAV_INPUT;
     // Whole turns go first, so that any longitude has a cell.
     const int turned = nbpTrunc32(std::floor(std::fmod(lon, 360.0) + 180));
     const int column = (turned + 360) / 10 % NbNoaaCells::columns;
@@ -143,7 +143,7 @@ int nbpNoaaLonLatToPixLin(NbNoaaPass* pass, const double* lon, const double* lat
         pixel[j] = noPositionF;
         line[j] = noPositionF;
         const int code = locate(*pass, olderFirst, lon[j], lat[j], &pixel[j], &line[j]);
-        if (code == 0 && info != nullptr)
+        if (code == 0 && pixel[j] != noPositionF && info != nullptr)
             nbpNoaaPointInfo(*pass, pixel[j], line[j], lon[j], lat[j], &info[j]);
         result |= code;
     }
@@ -155,7 +155,7 @@ double nbpNoaaScanTime(const NbNoaaPass& pass, float pixel, float line)
     constexpr double noTime = -1.0;
     const double x = shifted(pixel, pass.shiftPixel);
     const double y = shifted(line, pass.shiftLine);
-    if (!hasPixel(x) || !hasLine(pass, y)) return noTime;
+    if (pass.lines() < 2 || !std::isfinite(x) || !std::isfinite(y)) return noTime;
     const int last = pass.lines() - 2;
     const int i = std::clamp(nbpTrunc32(y), 0, last);
     // Deliberate: from the line before the last one the time runs toward the line above it, so it

@@ -6,7 +6,7 @@
  * for the file's layout.
  *
  * A line that is not the one that stands in its place ends the use of the file: the record stays
- * valid memory, and every later call on it gives -1 and no values.
+ * valid memory, and every later query of it gives -1 and no values.
  */
 #include "sat/nbSatObject.h"
 

@@ -266,8 +266,8 @@ int nbNativeGetSatPosEf(void* p, double, double* position)
 }
 
 // The image is rectified: it has no attitude.
-int nbNativeGetSatAtt(void*, double, double* attitude)
+int nbNativeGetSatAtt(void* p, double, double* attitude)
 {
     std::fill_n(attitude, 3, 0.0);
-    return 0;
+    return nbpNativeFile(p)->lost ? -1 : 0;
 }

@@ -9,11 +9,11 @@ namespace {
 void calcIncidentAngle(double offsetRad, const NbRdatColumn& column, double* first, double* second)
 {
     constexpr double pi4 = 0.78539816339744828;
-    constexpr double degPerRad = 180.0 / 3.14159265358979324;
+    constexpr double pi = 3.14159265358979324;
     const auto h = static_cast<double>(nbpToFloat(column.scan[0]) * -0.5F);
     const auto w = static_cast<double>(nbpToFloat(column.scan[1]));
     *first = ((h + 0.7853982 - offsetRad) * 180) / 3.1415927;
-    *second = std::acos(std::cos(offsetRad - 2 * h) * std::cos(pi4 - w * 0.5)) * degPerRad;
+    *second = std::acos(std::cos(offsetRad - 2 * h) * std::cos(pi4 - w * 0.5)) * 180 / pi;
 }
 
 // Radiance that a mirror sends out at a temperature.

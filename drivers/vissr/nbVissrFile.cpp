@@ -312,9 +312,11 @@ bool checkSizes(const NbVissrFile& file, const char* path)
                     openName, path, file.pixels, file.lines, longestSide);
         return false;
     }
-    if (file.lineGap < 0 || file.lineGap > file.recordSize) {
+    // A line ends with its record: a control word of 64 bytes, the gap, the pixels.
+    const int room = static_cast<int>(file.recordSize) - 64 - file.pixels;
+    if (file.lineGap < 0 || file.lineGap > room) {
         nbpLogError("%s : %s: block mode puts %d bytes before a line's pixels, expected 0 to %d\n",
-                    openName, path, file.lineGap, static_cast<int>(file.recordSize));
+                    openName, path, file.lineGap, room);
         return false;
     }
     return true;

@@ -36,11 +36,11 @@ constexpr double semiMajor2 = 40680618834496.0;
 constexpr double e2 = 0.006694384999587949;
 constexpr double oneMinusE2 = 0.993305615000412;
 
-// Brings an angle into -half to half. Angles that no turn reaches in reasonable time lose their
-// whole turns first; what is not finite comes back as no number.
+// Brings an angle into -half to half. Angles that are many turns away lose their whole turns
+// first; what is not finite comes back as no number.
 double wrap(double angle, double half)
 {
-    if (!(std::abs(angle) <= 1e6)) angle = std::fmod(angle, 2 * half);
+    if (!(std::abs(angle) <= 64 * half)) angle = std::fmod(angle, 2 * half);
     while (angle > half)
         angle -= 2 * half;
     while (angle < -half)

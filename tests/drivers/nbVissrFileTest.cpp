@@ -122,6 +122,7 @@ TEST(VissrOpen, SizesThatNothingCanRestOnAreRefusedWithOneLine)
         vissrPatch(trans + 124, 0x7F800000, 4),                    // infinite
         vissrPatch(trans + 140, 0x47000000, 4),                    // 32768 pixels
         vissrPatch(trans + 140, 0xFFC00000, 4),                    // not a number
+        vissrPatch(trans + 140, 0x45800000, 4),                    // 4096 in a record of 3664 bytes
         vissrPatch(good.blockOffset("mode") + 144, 0xFFFFFFFF, 4), // gap before the pixels
         vissrPatch(good.blockOffset("mode") + 144, 0x7FFFFFFF, 4), //
     };
