@@ -188,6 +188,41 @@ TEST(NgacNavigation, EnvironmentChoosesBetweenTwoPasses)
     unsetenv("NB_NGAC_NAV_OVERLAP");
 }
 
+TEST(NgacNavigation, DescendingAndAscendingPassOverOnePlaceAreBothFound)
+{
+    // From the orbit's top down, once round, and up to the top again: about 80 degrees north.
+    SynthNgacv1 synth;
+    synth.lines = 13000;
+    synth.orbit.startArg = 90;
+    synth.fill = [](int, int, int) { return 0; };
+    const NoaaScene scene(synth, "?type=ngacv1");
+    ASSERT_EQ(scene.code, 0);
+    int pairs = 0;
+    for (int line = 250; line <= 450; line += 50)
+        for (int pixel = 60; pixel <= 340; pixel += 40) {
+            const SynthPlace down = synth.orbit.place(pixel, line);
+            double best = 1e9;
+            double late = 0;
+            for (int l = 11600; l < 12800; l += 4)
+                for (int x = 20; x < 390; x += 6) {
+                    const SynthPlace up = synth.orbit.place(x, l);
+                    const double d = apart(up.lon, up.lat, down.lon, down.lat);
+                    if (d < best) {
+                        best = d;
+                        late = l;
+                    }
+                }
+            if (best > 20 || late - line < 8500) continue; // not seen again, or too soon
+            ++pairs;
+            setenv("NB_NGAC_NAV_OVERLAP", "NEW", 1);
+            EXPECT_NEAR(scene.toImage(down.lon, down.lat).line, late, 12) << pixel << ' ' << line;
+            setenv("NB_NGAC_NAV_OVERLAP", "OLD", 1);
+            EXPECT_NEAR(scene.toImage(down.lon, down.lat).line, line, 1) << pixel << ' ' << line;
+        }
+    unsetenv("NB_NGAC_NAV_OVERLAP");
+    EXPECT_GT(pairs, 5);
+}
+
 TEST(NgacNavigation, ShiftIsAddedOnBothWays)
 {
     // Deliberate: there and back is twice the shift.
