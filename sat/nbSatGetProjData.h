@@ -41,7 +41,8 @@ enum NbOverlapMode {
  * @param infoOut   xNum x yNum values or null; -9999.0 where no object gave the cell
  * @param ownerOut  xNum x yNum bytes or null: objectIndex of the object that gave the cell, or
  *                  255
- * @return 0 or a positive count; negative on failure (logged)
+ * @return 0 or a positive count; negative on failure (logged), also for an element of several
+ *         values per pixel
  */
 int nbSatGetI2ProjData(NbSatObject* object, NbProjPara* proj, int16_t* out, int mode, int infoSel,
                        double* infoOut, uint8_t* ownerOut);

@@ -281,3 +281,26 @@ private:
         };
     }
 };
+
+// An open object with an element of a kind (0 counts, 1 values) and an interpolation, set by hand.
+inline NbSatObject selected(FakeImage& image, std::int16_t kind, std::int16_t method)
+{
+    NbSatObject object = image.open();
+    object.elemKind = kind;
+    object.elemNum = 1;
+    object.levelNum = static_cast<std::int16_t>(image.levels);
+    object.errorValue = image.errorValue;
+    object.intpMethod = method;
+    object.intpTable = kind != 0 ? image.table.data() : nullptr;
+    return object;
+}
+
+// A conversion of a kind with the error level 99; the caller adds what the kind needs.
+inline NbLut lutOf(std::int32_t kind, std::int32_t levels)
+{
+    NbLut lut{};
+    lut.kind = kind;
+    lut.levels = levels;
+    lut.errorLevel = 99;
+    return lut;
+}

@@ -14,28 +14,6 @@ namespace {
 
 constexpr float none = -9999.0F;
 
-NbSatObject selected(FakeImage& image, std::int16_t kind, std::int16_t method)
-{
-    NbSatObject object = image.open();
-    object.elemKind = kind;
-    object.elemNum = 1;
-    object.levelNum = static_cast<std::int16_t>(image.levels);
-    object.errorValue = image.errorValue;
-    object.intpMethod = method;
-    object.intpTable = kind != 0 ? image.table.data() : nullptr;
-    return object;
-}
-
-// A conversion of a kind with the error level 99; the caller adds what the kind needs.
-NbLut lutOf(std::int32_t kind, std::int32_t levels)
-{
-    NbLut lut{};
-    lut.kind = kind;
-    lut.levels = levels;
-    lut.errorLevel = 99;
-    return lut;
-}
-
 std::int16_t countAt(NbSatObject& object, float pixel, float line)
 {
     std::int16_t out = 12345;

@@ -13,28 +13,6 @@ namespace {
 using Counts = std::vector<std::int16_t>;
 using Values = std::vector<float>;
 
-NbSatObject selected(FakeImage& image, std::int16_t kind, std::int16_t method)
-{
-    NbSatObject object = image.open();
-    object.elemKind = kind;
-    object.elemNum = 1;
-    object.levelNum = static_cast<std::int16_t>(image.levels);
-    object.errorValue = image.errorValue;
-    object.intpMethod = method;
-    object.intpTable = kind != 0 ? image.table.data() : nullptr;
-    return object;
-}
-
-// A conversion of a kind with the error level 99; the caller adds what the kind needs.
-NbLut lutOf(std::int32_t kind, std::int32_t levels)
-{
-    NbLut lut{};
-    lut.kind = kind;
-    lut.levels = levels;
-    lut.errorLevel = 99;
-    return lut;
-}
-
 constexpr NbZoomRect fourPixels{
     .startPixel = 4, .startLine = 2, .width = 4, .height = 2, .outWidth = 4, .outHeight = 2};
 
