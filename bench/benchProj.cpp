@@ -148,4 +148,3 @@ const bool registered = [] {
     return true;
 }();
 } // namespace
-
