@@ -1,3 +1,4 @@
+#include "drivers/common/nbNearest.h"
 #include "drivers/gvar/nbGvarFile.h"
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
@@ -78,22 +79,38 @@ int getDataByPixLin(NbGvarFile* file, const float* pixel, const float* line, Out
 {
     Lines lines(file);
     const Out missing = Convert::missing;
-    std::fill_n(out, std::max(n, 0), missing);
     int reports = 0;
-    for (int k = 0; k < n; ++k) {
-        if (pixel[k] == noPositionF || line[k] == noPositionF) continue;
+    const auto isInside = [&](int k) {
+        if (pixel[k] == noPositionF || line[k] == noPositionF) return false;
         const int x = nbpNearest32(static_cast<double>(pixel[k]));
         const int y = nbpNearest32(static_cast<double>(line[k]));
-        if (x < 0 || x >= file->pixels || y < 0 || y >= file->lines) {
-            if (++reports <= mostReports)
-                nbpLogError("%s : bad value. Line=%d,Pixel=%d\n", caller, y, x);
-            continue;
+        const bool inside = x >= 0 && x < file->pixels && y >= 0 && y < file->lines;
+        if (!inside && ++reports <= mostReports)
+            nbpLogError("%s : bad value. Line=%d,Pixel=%d\n", caller, y, x);
+        return inside;
+    };
+    NbNearest nearest;
+    for (int at = 0; at < n; at += nbpNearestPoints) {
+        const int m = std::min(nbpNearestPoints, n - at);
+        nbpNearestPixels(pixel + at, line + at, m, file->pixels, file->lines, &nearest);
+        for (int k = 0; k < m; ++k) {
+            std::int32_t x = nearest.column[k];
+            std::int32_t y = nearest.line[k];
+            out[at + k] = missing;
+            if (y < 0) [[unlikely]] {
+                if (!isInside(at + k)) continue;
+                x = nbpNearest32(static_cast<double>(pixel[at + k]));
+                y = nbpNearest32(static_cast<double>(line[at + k]));
+            }
+            const NbGvarLine* found = lines.get(y);
+            if (lines.over()) {
+                std::fill(out + at + k, out + n, missing);
+                return lines.errors();
+            }
+            if (found == nullptr || x >= found->pixels()) continue;
+            convert.setLine(y);
+            out[at + k] = convert(found->counts[static_cast<std::size_t>(x)]);
         }
-        const NbGvarLine* found = lines.get(y);
-        if (lines.over()) break;
-        if (found == nullptr || x >= found->pixels()) continue;
-        convert.setLine(y);
-        out[k] = convert(found->counts[static_cast<std::size_t>(x)]);
     }
     return lines.errors();
 }

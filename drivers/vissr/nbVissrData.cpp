@@ -1,6 +1,7 @@
 /*
  * Lines on demand, with missing ones filled from their neighbours, and samples.
  */
+#include "drivers/common/nbNearest.h"
 #include "drivers/vissr/nbVissrFile.h"
 #include "util/nbArray.h"
 #include "util/nbCursor.h"
@@ -135,26 +136,36 @@ int samplesAt(NbVissrFile* file, const float* pixel, const float* line, Out* out
 {
     int errors = 0;
     int complaints = 0;
-    for (int k = 0; k < n; ++k) {
+    // A point that lies outside or on a line that is not in memory. False: memory is out.
+    const auto lookCloser = [&](int k) {
         out[k] = missing;
-        if (pixel[k] == noPosition || line[k] == noPosition) continue;
+        if (pixel[k] == noPosition || line[k] == noPosition) return true;
         const int column = nbpNearest32(static_cast<double>(pixel[k]));
         const int row = nbpNearest32(static_cast<double>(line[k]));
         if (column < 0 || column >= file->pixels || row < 0 || row >= file->lines) {
             if (complaints++ < mostComplaints)
                 nbpLogError("%s : bad value. Line=%d, Pixel=%d\n", caller, row, column);
-            continue;
+            return true;
         }
-        if (file->cache.state(row) != vissrLineRead) [[unlikely]] {
-            const NbVissrLineResult result = readOneLine(file, row, caller);
-            if (result == vissrNoMemoryForLine) {
-                std::fill(out + k, out + n, missing);
+        const NbVissrLineResult result = readOneLine(file, row, caller);
+        if (result == vissrMissingLine) ++errors;
+        if (result == vissrGoodLine) out[k] = convert(file->cache.line(row)[column]);
+        return result != vissrNoMemoryForLine;
+    };
+    NbNearest nearest;
+    for (int at = 0; at < n; at += nbpNearestPoints) {
+        const int m = std::min(nbpNearestPoints, n - at);
+        nbpNearestPixels(pixel + at, line + at, m, file->pixels, file->lines, &nearest);
+        for (int k = 0; k < m; ++k) {
+            const std::int32_t row = nearest.line[k];
+            const bool ready = row >= 0 && file->cache.state(row) == vissrLineRead;
+            if (ready) [[likely]] {
+                out[at + k] = convert(file->cache.line(row)[nearest.column[k]]);
+            } else if (!lookCloser(at + k)) {
+                std::fill(out + at + k, out + n, missing);
                 return -1;
             }
-            if (result == vissrMissingLine) ++errors;
-            if (result != vissrGoodLine) continue;
         }
-        out[k] = convert(file->cache.line(row)[column]);
     }
     return errors;
 }
@@ -230,10 +241,7 @@ const float* physicalValues(const NbVissrFile& file, const char* caller)
 
 constexpr int noValues = -10; // result without physical values
 
-std::int16_t toLevel(std::uint16_t sample)
-{
-    return static_cast<std::int16_t>(sample);
-}
+constexpr auto toLevel = [](std::uint16_t sample) { return static_cast<std::int16_t>(sample); };
 
 } // namespace
 

@@ -17,6 +17,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <numbers>
 #include <string_view>
 
@@ -144,8 +145,8 @@ StateResult stateAt(const NbVissrFile& file, double mjd, State* out)
     return stateGood;
 }
 
-// C and D of the scan's frame.
-void scanFrame(const State& state, double c[3], double d[3])
+// C of the scan's frame.
+void scanCentre(const State& state, double c[3])
 {
     double a[3];
     double b[3];
@@ -157,7 +158,6 @@ void scanFrame(const State& state, double c[3], double d[3])
     for (int k = 0; k < 3; ++k)
         sum[k] = cosAngle * b[k] + sinAngle * a[k];
     nbVectorUnit(sum, c);
-    nbVectorOuterProductUnit(state.spin, c, d);
 }
 
 // A line of sight from S along the unit vector l, on the ellipsoid: qa t^2 + 2 qb t + qc = 0.
@@ -200,8 +200,7 @@ public:
                t.originMjd;
     }
 
-    int toImage(double lon, double lat, double height, float* pixel, float* line,
-                NbPointInfo* info) const
+    int toImage(double lon, double lat, double height, float* pixel, float* line, NbPointInfo* info)
     {
         *pixel = noPositionF;
         *line = noPositionF;
@@ -209,9 +208,8 @@ public:
         if (nbpToFloat(lat) == noPositionF || lon == noPosition) return 0;
         if (!(std::abs(lat) <= 90) || !std::isfinite(lon)) return NB_NAV_INPUT;
         const double lambda = nbpWrapLonFloat<NbLonWest::stays>(lon) * radPerDeg;
-        const double sinPhi = std::sin(lat * radPerDeg);
-        const double cosPhi = std::cos(lat * radPerDeg);
-        const double n = semiMajor / std::sqrt(1 - e2 * (sinPhi * sinPhi));
+        if (lat != parallel_.lat) parallel_ = parallelAt(lat);
+        const auto [same, sinPhi, cosPhi, n] = parallel_;
         const double place[3] = {(n + height) * cosPhi * std::cos(lambda),
                                  (n + height) * cosPhi * std::sin(lambda),
                                  (n * oneMinusE2 + height) * sinPhi};
@@ -220,12 +218,14 @@ public:
         double last = centreLine_ - std::atan(sinPhi / (6.610689 - cosPhi)) / lineStep_;
         double t =
             last / sensors_ / minutesPerDay / file_.transform.spinRate + file_.transform.originMjd;
+        Moment later;
         for (int round = 0; round < mostRounds; ++round) {
-            State state;
-            if (stateAt(file_, t, &state) != stateGood) return NB_NAV_TIME;
-            double c[3];
-            double d[3];
-            scanFrame(state, c, d);
+            // Along a parallel all points start from one time.
+            Moment& moment = round == 0 ? start_ : later;
+            if (t != moment.t) moment = momentAt(t);
+            if (moment.result != stateGood) return NB_NAV_TIME;
+            const State& state = moment.state;
+            const double* const c = moment.centre;
             const double sight[3] = {place[0] - state.position[0], place[1] - state.position[1],
                                      place[2] - state.position[2]};
             double l[3];
@@ -271,7 +271,8 @@ public:
         if (stateAt(file_, t, &state) != stateGood) return NB_NAV_TIME;
         double c[3];
         double d[3];
-        scanFrame(state, c, d);
+        scanCentre(state, c);
+        nbVectorOuterProductUnit(state.spin, c, d);
 
         const double a = (n - centreLine_) * lineStep_;
         const double b = (p - centrePixel_) * pixStep_;
@@ -304,6 +305,36 @@ public:
 private:
     static constexpr int mostRounds = 50;
 
+    // Terms of a latitude: sine and cosine, radius of curvature across the meridian.
+    struct Parallel {
+        double lat = std::numeric_limits<double>::quiet_NaN();
+        double sinPhi = 0;
+        double cosPhi = 0;
+        double n = 0;
+    };
+    static Parallel parallelAt(double lat)
+    {
+        const double sinPhi = std::sin(lat * radPerDeg);
+        return {lat, sinPhi, std::cos(lat * radPerDeg),
+                semiMajor / std::sqrt(1 - e2 * (sinPhi * sinPhi))};
+    }
+
+    // The scan at a time.
+    struct Moment {
+        double t = std::numeric_limits<double>::quiet_NaN();
+        StateResult result = noOrbit;
+        State state;
+        double centre[3]; // C
+    };
+    Moment momentAt(double t) const
+    {
+        Moment m;
+        m.t = t;
+        m.result = stateAt(file_, t, &m.state);
+        if (m.result == stateGood) scanCentre(m.state, m.centre);
+        return m;
+    }
+
     // Error bit of a position outside the image or the lines of the file. Not a number is outside.
     int outside(double pixel, double line) const
     {
@@ -333,6 +364,9 @@ private:
     double lineOffset_;
     double pixelOffset_;
     double tanTilt_;
+    // Of the last point: along a row of many maps both stay.
+    Parallel parallel_;
+    Moment start_; // its first round
 };
 
 // Channel whose parameters navigate an infrared channel: the digit at its place.
@@ -361,7 +395,7 @@ int nbVissrLonLatHgtToPixLinInfo(void* p, const double* lon, const double* lat,
                                  int n)
 {
     const NbVissrFile& file = *nbpVissrFile(p);
-    const SpinScan scan(file, usr_specified_ir_ch(file.channel, "nbVissrLonLatHgtToPixLinInfo()"));
+    SpinScan scan(file, usr_specified_ir_ch(file.channel, "nbVissrLonLatHgtToPixLinInfo()"));
     int result = 0;
     for (int i = 0; i < n; ++i)
         result |= scan.toImage(lon[i], lat[i], height != nullptr ? height[i] : 0.0, &pixel[i],
