@@ -2,8 +2,6 @@
 
 #include "tools/noise.h"
 
-#include "tools/noise.h"
-
 #include <algorithm>
 #include <cmath>
 #include <fstream>
@@ -13,8 +11,11 @@
 std::vector<LandRing> readLandRings(const std::string& path)
 {
     std::ifstream file(path);
+    if (!file) throw std::runtime_error(path + ": cannot be opened");
     std::vector<LandRing> rings;
+    int line = 0;
     for (std::string text; std::getline(file, text);) {
+        ++line;
         if (text.empty() || text[0] == '#') continue;
         std::istringstream fields(text);
         int hole = 0; // even-odd filling needs no difference
@@ -22,9 +23,12 @@ std::vector<LandRing> readLandRings(const std::string& path)
         LandRing ring;
         for (LandRing::Point p; fields >> p.lon >> p.lat;)
             ring.points.push_back(p);
+        if (!fields.eof() || ring.points.size() < 3)
+            throw std::runtime_error(path + ": line " + std::to_string(line) +
+                                     " is no ring of land");
         rings.push_back(std::move(ring));
     }
-    if (rings.empty()) throw std::runtime_error("no land in " + path);
+    if (rings.empty()) throw std::runtime_error(path + ": holds no land");
     return rings;
 }
 
