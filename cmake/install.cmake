@@ -59,9 +59,7 @@ file(RELATIVE_PATH nimbl_up ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTA
 configure_file(cmake/nimbl.pc.in nimbl.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/nimbl.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig ${dev})
 
-# The module finds the library of its own prefix. Debian's interpreters look here below /usr;
-# elsewhere PYTHONPATH names the folder.
-set(NIMBEX_PYTHON_DIR lib/python3/dist-packages CACHE STRING "folder of the Python module")
+# The module finds the library of its own prefix.
 install(FILES python/nimbl.py DESTINATION ${NIMBEX_PYTHON_DIR} COMPONENT python3-nimbl)
 
 # Documents, compressed as Debian wants them. The page of the library is made of its headers.
