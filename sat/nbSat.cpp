@@ -199,6 +199,13 @@ std::string landmarkDir(std::string_view fileName)
     return base == 0 ? "./" : path.substr(0, base);
 }
 
+std::string installedDir()
+{
+    std::string dir = NIMBEX_DATA_DIR;
+    if (!dir.ends_with('/')) dir += '/';
+    return dir;
+}
+
 } // namespace
 
 extern "C" {
@@ -353,21 +360,28 @@ int nbSatSetIntp(NbSatObject* object, std::int16_t method)
     return 0;
 }
 
-char* nbSatGetDataDir(const char* fileName, [[maybe_unused]] int search)
+char* nbpSatFindDataDir(const char* fileName)
 {
     static std::array<char, 512> found;
     return nbpGuard("nbSatGetDataDir()", static_cast<char*>(nullptr), [&]() -> char* {
-        std::string installed = NIMBEX_DATA_DIR;
-        if (!installed.ends_with('/')) installed += '/';
         for (const std::string& dir : {std::string("../DATA/"), std::string("/NIMBL/DATA/"),
-                                       landmarkDir(fileName), installed}) {
+                                       landmarkDir(fileName), installedDir()}) {
             if (dir.empty() || dir.size() >= found.size() || !exists(dir + fileName)) continue;
             nbStrncpy(found.data(), dir.c_str(), static_cast<int>(found.size()) - 1);
             return found.data();
         }
-        nbpLogError("%s : %s: not in ../DATA/, /NIMBL/DATA/ or %s\n", "nbSatGetDataDir()", fileName,
-                    installed.c_str());
         return nullptr;
+    });
+}
+
+char* nbSatGetDataDir(const char* fileName, [[maybe_unused]] int search)
+{
+    return nbpGuard("nbSatGetDataDir()", static_cast<char*>(nullptr), [&]() -> char* {
+        char* const found = nbpSatFindDataDir(fileName);
+        if (found == nullptr)
+            nbpLogError("%s : %s: not in ../DATA/, /NIMBL/DATA/ or %s\n", "nbSatGetDataDir()",
+                        fileName, installedDir().c_str());
+        return found;
     });
 }
 

@@ -87,6 +87,9 @@ int nbSatGetFileInfo(NbSatObject* object, const char* fileName, char* satName, i
 /** HRIT only: limit for accepting image quality. 0, or 1 for another format (logged). */
 int nbSatSetImgQualThresh(NbSatObject* object, double threshold);
 
+/** Library-private: nbSatGetDataDir for a file that need not be there, without a word. */
+char* nbpSatFindDataDir(const char* fileName);
+
 /** Library-private: raw positions of the object's driver; null when it has none. */
 const NbSatRawNav* nbpSatRawNav(const NbSatObject* object);
 
