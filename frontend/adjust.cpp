@@ -1,12 +1,75 @@
 #include "frontend/adjust.h"
 
 #include "drivers/vissr/nbVissr.h"
+#include "frontend/coverage.h"
+#include "sat/nbLm.h"
 #include "sat/nbSat.h"
 #include "sat/nbSatAnalSatId.h"
 #include "sat/nbSatElem.h"
 #include "util/nbFile.h"
+#include "util/nbNumber.h"
 
 #include <cstdio>
+#include <sys/stat.h>
+
+namespace {
+
+constexpr double noLimit = -9999.0;
+
+// Path of the landmark data file; nothing when there is none.
+std::optional<std::string> findLandmarkMap(const NbSettings& settings)
+{
+    constexpr const char* name = "nbMap30.dat";
+    if (settings.dataDirectory) {
+        std::string path = *settings.dataDirectory + name;
+        struct stat file;
+        if (stat(path.c_str(), &file) != 0) return std::nullopt;
+        return path;
+    }
+    const char* const directory = nbpSatFindDataDir(name);
+    if (directory == nullptr) return std::nullopt;
+    return std::string(directory) + name;
+}
+
+// The number of landmarks that agree; 0 or less when the match failed.
+int AdjLctMrk(NbSatObject* object, const char* inputName, const char* mapPath,
+              const NbProjPara& map, NbSettings& settings)
+{
+    const int channel = nbSatGetChannel(object, 0);
+    std::int16_t params[4];
+    if (nbLmSetParam(inputName, channel, params) >= 1) return -9;
+
+    double lon[2] = {noLimit, noLimit}; // west, east
+    double lat[2] = {noLimit, noLimit}; // south, north
+    if (settings.landmarkBox) {
+        std::sscanf(settings.landmarkBox->c_str(), "%lf,%lf,%lf,%lf", &lat[1], &lon[0], &lat[0],
+                    &lon[1]);
+    } else if (map.prjType == NB_PROJ_GRID) {
+        const NbGridEdges edges = gridEdges(map);
+        lon[0] = edges.west;
+        lon[1] = edges.east;
+        lat[0] = edges.south;
+        lat[1] = edges.north;
+    }
+    constexpr int widestWindow = 90; // half side; beyond it a search takes too long
+    if (params[NB_LM_HALF_WINDOW] > widestWindow)
+        for (std::int16_t& param : params)
+            param = nbpWrap16(param / 2);
+
+    std::fputs("landmark : ", stderr);
+    float dPixel = 0;
+    float dLine = 0;
+    const int count = nbLmLandmark(params, inputName, channel, -settings.offsetX, -settings.offsetY,
+                                   mapPath, lon, lat, &dPixel, &dLine, 0);
+    if (count <= 0) return count;
+    settings.offsetX -= dPixel;
+    settings.offsetY -= dLine;
+    std::fprintf(stderr, "chno=%d, pixel=%f, line=%f, num=%d\n", channel,
+                 static_cast<double>(dPixel), static_cast<double>(dLine), count);
+    return count;
+}
+
+} // namespace
 
 void AdjNavPara(NbSatObject* object, const NbSettings& settings)
 {
@@ -25,9 +88,15 @@ void AdjNavPara(NbSatObject* object, const NbSettings& settings)
     object->objectNum = linked;
 }
 
-NbLandmarkResult adjustByLandmark(NbSettings&)
+NbLandmarkResult adjustByLandmark(NbSatObject* object, const std::string& inputName,
+                                  const NbProjPara& map, NbSettings& settings)
 {
-    return NbLandmarkResult::Skipped;
+    const auto mapPath = findLandmarkMap(settings);
+    if (!mapPath) return NbLandmarkResult::Skipped;
+    settings.offsetX = 0;
+    settings.offsetY = 0;
+    const int count = AdjLctMrk(object, inputName.c_str(), mapPath->c_str(), map, settings);
+    return count > 0 ? NbLandmarkResult::Matched : NbLandmarkResult::NotFound;
 }
 
 void writeShiftFile(const NbSettings& settings)

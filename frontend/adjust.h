@@ -3,7 +3,10 @@
  * Where the image lies: the user's shift, and matching with landmarks.
  */
 #include "frontend/options.h"
+#include "geo/nbProj.h"
 #include "sat/nbSatObject.h"
+
+#include <string>
 
 /**
  * Gives one object the shift of the settings, with the sign of the navigation, when it is meant
@@ -17,8 +20,16 @@ enum class NbLandmarkResult {
     NotFound
 };
 
-/** Moves the shift of the settings to where landmarks match. */
-NbLandmarkResult adjustByLandmark(NbSettings& settings);
+/**
+ * Sets the shift of the settings to where landmarks match; one that was given before does not
+ * enter. Says on standard error what it does.
+ *
+ * @param object     gives the channel
+ * @param inputName  its file, with its option word
+ * @param map        a grid limits the landmarks to itself when the settings have no box
+ */
+NbLandmarkResult adjustByLandmark(NbSatObject* object, const std::string& inputName,
+                                  const NbProjPara& map, NbSettings& settings);
 
 /**
  * Writes the shift to the file that a shift was read from, as it is, so that the next run can

@@ -43,7 +43,9 @@ NbInputs::NbInputs() : objects_(mostObjects) {}
 
 int NbInputs::open(const std::string& names)
 {
-    const std::size_t nameCount = names.empty() ? 0 : splitNames(names).size();
+    names_.clear();
+    if (!names.empty()) names_ = splitNames(names);
+    const std::size_t nameCount = names_.size();
     if (nameCount == 0) { // nothing, or blanks
         complain("the name of the input file is empty");
         return NB_RUN_INPUT;
@@ -61,6 +63,16 @@ int NbInputs::open(const std::string& names)
         return NB_RUN_INPUT;
     }
     return NB_RUN_COMPLETE;
+}
+
+std::string NbInputs::nameOfFirst() const
+{
+    const char* const path = objects_.front().fileName;
+    if (path == nullptr) return {};
+    const auto found = std::ranges::find_if(names_, [&](const std::string& name) {
+        return name.compare(0, name.find("?type="), path) == 0;
+    });
+    return found != names_.end() ? *found : path;
 }
 
 std::span<NbSatObject> NbInputs::opened()

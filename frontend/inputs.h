@@ -22,11 +22,14 @@ public:
     void close();
 
     NbSatObject* first() { return objects_.data(); }
+    // The first one's path as it was given, with its option word.
+    std::string nameOfFirst() const;
     // Those that are linked with the first, in their order; none when it is not open.
     std::span<NbSatObject> opened();
 
 private:
     std::vector<NbSatObject> objects_;
+    std::vector<std::string> names_;
 };
 
 /** Joins up to ten names of a list file with blanks. An NbRunCode. */

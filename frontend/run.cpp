@@ -280,7 +280,8 @@ int makeChannelImage(NbSettings& settings, const Source& source, const std::stri
     makeTables(object, *elements, settings.nonlinear, image.levels);
     reportBadValues(settings, image.levels.output);
     if (settings.landmark && inputs.opened().size() == 1) {
-        const NbLandmarkResult found = adjustByLandmark(settings);
+        const NbLandmarkResult found =
+            adjustByLandmark(object, inputs.nameOfFirst(), map, settings);
         if (found == NbLandmarkResult::NotFound) return NB_RUN_FAILED;
         if (found == NbLandmarkResult::Matched) writeShiftFile(settings);
     }
