@@ -130,8 +130,6 @@ TEST(Shift, TheSetupFileHasTheLastWordAndTheChannelsNumberDecides)
         {"-h=@", "OFFCHNO 13\n", "shift : chno=13, pixel=4.000000, line=6.000000\n", 54},
         {"-h=@", "OFFCHNO 3\n", "", 0},
         {"-h=@", "OFFXPOS 0\nOFFYPOS 0\n", "", 0},
-        // Without landmark data a match is skipped, and the shift stays.
-        {"-h=@", "LNDFLG 1\n", "shift : chno=13, pixel=4.000000, line=6.000000\n", 54},
     };
     int plain = 0;
     for (const Case& row : rows) {
