@@ -1,6 +1,6 @@
 #pragma once
 /**
- * Layout of a shore map file, for its reader and its maker. docs/landmark-map.md tells it whole.
+ * Layout of a shore map file, for its reader and its maker. docs/landmark.md tells it whole.
  */
 #include <array>
 #include <cstddef>

@@ -4,6 +4,9 @@
  * NIMBL: formats, calibration and navigation of weather-satellite images, map projections, orbits
  * and time. All public headers at once; each can be included alone as well.
  */
+#include "sat/nbLm.h"
+#include "sat/nbLut.h"
+#include "sat/nbNavInfo.h"
 #include "sat/nbSat.h"
 #include "sat/nbSatAnalSatId.h"
 #include "sat/nbSatElem.h"
@@ -16,8 +19,6 @@
 #include "sat/nbSatObject.h"
 #include "sat/nbSatProj.h"
 #include "sat/nbSatSetLut.h"
-#include "sat/nbLut.h"
-#include "sat/nbNavInfo.h"
 
 #include "geo/nbAstroUtl.h"
 #include "geo/nbDate.h"
