@@ -5,6 +5,7 @@
  */
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 struct NbRdatPoint {
     double pixel = 0;
@@ -33,10 +34,16 @@ bool nbpRdatSimplex(NbRdatVertex (&v)[3], int columns, int lines, Function value
         return (vertex.at.pixel >= -0.5 && vertex.at.pixel < columns - 0.5) ||
                (vertex.at.line >= -0.5 && vertex.at.line < lines - 0.5);
     };
+    // Three values are no work for std::stable_sort, which asks for memory each time.
+    const auto settle = [&](int i) {
+        if (v[i].value < v[i - 1].value) std::swap(v[i], v[i - 1]);
+    };
     for (NbRdatVertex& vertex : v)
         vertex.value = value(vertex.at);
     for (int round = 1; round <= mostRounds; ++round) {
-        std::stable_sort(v, v + 3, [](const auto& a, const auto& b) { return a.value < b.value; });
+        settle(1);
+        settle(2);
+        settle(1);
         const bool small =
             edge(0, 1) < smallestEdge && edge(1, 2) < smallestEdge && edge(2, 0) < smallestEdge;
         if (small || std::none_of(v, v + 3, inside)) {
