@@ -20,7 +20,7 @@ constexpr NbByteOrder otherByteOrder =
 // reads at offsets of its own, so none depends on what an earlier one did.
 bool readAt(std::FILE* f, std::int64_t offset, std::span<std::byte> out)
 {
-    if (offset < 0 || fseeko(f, offset, SEEK_SET) != 0) return false;
+    if (offset < 0 || !nbpFileSeek(f, offset)) return false;
     return std::fread(out.data(), 1, out.size(), f) == out.size();
 }
 
@@ -209,7 +209,7 @@ bool isListOf(std::FILE* f, std::string_view word)
 {
     constexpr int mostLines = 65536;
     std::array<char, 256> line{};
-    if (fseeko(f, 0, SEEK_SET) != 0) return false;
+    if (!nbpFileSeek(f, 0)) return false;
     for (int i = 0; i < mostLines; ++i) {
         if (std::fgets(line.data(), static_cast<int>(line.size()), f) == nullptr) return false;
         if (line[0] == '#' || line[0] == '\n') continue;

@@ -1,5 +1,6 @@
 #include "util/nbFile.h"
 
+#include <cerrno>
 #include <sys/stat.h>
 
 NbFilePtr nbpFileOpenRead(const char* path, bool buffered)
@@ -12,6 +13,20 @@ NbFilePtr nbpFileOpenRead(const char* path, bool buffered)
     if (fstat(fileno(file.get()), &status) != 0 || S_ISDIR(status.st_mode)) return nullptr;
     if (!buffered) std::setvbuf(file.get(), nullptr, _IONBF, 0);
     return file;
+}
+
+bool nbpFileSeek(std::FILE* f, std::int64_t offset)
+{
+    if (fseeko(f, offset, SEEK_SET) == 0) return true;
+    if (errno != EINVAL) ++nbpReadFailures; // an offset below 0 is the caller's
+    return false;
+}
+
+std::int64_t nbpFilePosition(std::FILE* f)
+{
+    const std::int64_t at = ftello(f);
+    if (at < 0) ++nbpReadFailures;
+    return at;
 }
 
 std::int64_t nbpFileSize(std::FILE* f)

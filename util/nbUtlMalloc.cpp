@@ -1,5 +1,6 @@
 #include "util/nbUtlMalloc.h"
 
+#include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
 
 #include <cstdint>
@@ -28,13 +29,19 @@ bool tracing()
 {
     return nbpLogLevel() < 2;
 }
+
+void* counted(void* p)
+{
+    if (p == nullptr) ++nbpMemoryFailures;
+    return p;
+}
 } // namespace
 
 void* nbUtlMalloc(std::size_t size, const char* caller)
 {
     if (tracing())
         nbpLogDebug("%s : %s : malloc( %lu byte )\n", "nbUtlMalloc()", caller, logSize(size));
-    void* p = std::malloc(size);
+    void* p = counted(std::malloc(size));
     if (p == nullptr)
         nbpLogFatal("%s : %s : malloc( %lu byte ) is failed\n", "nbUtlMalloc()", caller,
                     logSize(size));
@@ -46,7 +53,7 @@ void* nbUtlCalloc(std::size_t count, std::size_t size, const char* caller)
     if (tracing())
         nbpLogDebug("%s : %s : calloc( %lu byte )\n", "nbUtlCalloc()", caller,
                     logSize(count * size));
-    void* p = std::calloc(count, size); // refuses a product that does not fit
+    void* p = counted(std::calloc(count, size)); // refuses a product that does not fit
     if (p == nullptr)
         nbpLogFatal("%s : %s : malloc( %lu byte ) is failed\n", "nbUtlCalloc()", caller,
                     logSize(count * size));
@@ -58,7 +65,7 @@ void* nbUtlRealloc(void* old, std::size_t size, const char* caller)
     if (tracing())
         nbpLogDebug("%s : %s : malloc( %lu byte )\n", "nbUtlMalloc()", caller, logSize(size));
     const unsigned long oldAddress = logPointer(old);
-    void* p = std::realloc(old, size);
+    void* p = counted(std::realloc(old, size));
     if (p == nullptr)
         nbpLogFatal("%s : %s : realloc( %lu byte at %lx ) is failed\n", "nbUtlMalloc()", caller,
                     logSize(size), oldAddress);

@@ -13,7 +13,7 @@ void NbNoaaRecords::countPresent(std::int64_t fileSize)
 bool NbNoaaRecords::read(int n, std::span<std::byte> out) const
 {
     if (n < 0 || n >= present) return false;
-    if (fseeko(stream.get(), first + n * length, SEEK_SET) != 0) return false;
+    if (!nbpFileSeek(stream.get(), first + n * length)) return false;
     return std::fread(out.data(), 1, out.size(), stream.get()) == out.size();
 }
 

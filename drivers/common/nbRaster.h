@@ -36,7 +36,7 @@ inline std::size_t nbpRasterRead(NbRaster* raster, int n, int columns, std::uint
     const auto width = static_cast<std::size_t>(columns);
     const std::int64_t at =
         raster->offset + std::int64_t{n} * columns * std::int64_t{sizeof *counts};
-    if (at != raster->at && fseeko(raster->stream.get(), at, SEEK_SET) != 0) {
+    if (at != raster->at && !nbpFileSeek(raster->stream.get(), at)) {
         raster->at = -1;
         return 0;
     }

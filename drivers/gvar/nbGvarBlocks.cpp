@@ -154,7 +154,7 @@ std::span<const std::byte> NbGvarBlocks::view(std::int64_t offset, std::size_t l
         return held();
     windowAt_ = offset;
     windowSize_ = 0;
-    if (fseeko(stream_.get(), offset, SEEK_SET) == 0)
+    if (nbpFileSeek(stream_.get(), offset))
         windowSize_ = std::fread(window_.data(), 1, most, stream_.get());
     windowAtEnd_ = windowSize_ < most;
     return held();

@@ -26,17 +26,15 @@ bool contains(std::string_view text, std::string_view part)
     return text.find(part) != std::string_view::npos;
 }
 
-// Sets the size of a container; false when memory is out. Here, and not in the guard, because
+// Sets the size of a container; false when memory is out. Here, and not around it all, because
 // the entries of a block have a message of their own.
 template <class T>
 bool tryResize(std::vector<T>* container, std::size_t n) noexcept
 {
-    try {
+    return nbpGuard("tryResize()", false, [&] {
         container->resize(n);
         return true;
-    } catch (const std::bad_alloc&) {
-        return false;
-    }
+    });
 }
 
 // Reads the file's head block by block.
@@ -53,7 +51,7 @@ public:
     }
     bool reserve(std::size_t n) { return tryResize(&bytes_, n); }
     NbCursor fields() const { return {bytes_, order_}; }
-    std::int64_t position() const { return ftello(stream_.get()); }
+    std::int64_t position() const { return nbpFilePosition(stream_.get()); }
 
 private:
     NbFilePtr stream_;
@@ -391,7 +389,10 @@ int openFile(NbHisdFile* file, const char* path)
     if (!checkSizes(*file, path)) return NB_HISD_BAD_BLOCK;
 
     file->raster.stream = nbpFileOpenRead(path, false);
-    if (file->raster.stream) file->raster.offset = in.position();
+    if (file->raster.stream)
+        file->raster.offset = in.position();
+    else
+        ++nbpReadFailures; // the file has just been read from
     reportShortRaster(*file, path);
 
     file->cache.reset(file->lines, file->columns);

@@ -69,7 +69,7 @@ public:
     NbCursor fields() const { return {bytes_, order_}; }
     std::string text() const { return std::string(fields().text(bytes_.size())); }
     std::FILE* file() const { return stream_.get(); }
-    std::int64_t position() const { return ftello(stream_.get()); }
+    std::int64_t position() const { return nbpFilePosition(stream_.get()); }
 
 private:
     NbFilePtr stream_;
@@ -183,6 +183,7 @@ int openImage(NbHritFile* file, const RecordStream& in, const char* path, int co
     }
     if (compression != 1) {
         file->raster.stream = nbpFileOpenRead(path, false);
+        if (!file->raster.stream) ++nbpReadFailures; // the file has just been read from
         file->raster.offset = in.position();
         file->raster.order = file->order;
         return NB_HRIT_OPEN;
@@ -213,7 +214,7 @@ bool readFrame(NbHritFile* file)
     const std::int64_t rest = nbpFileSize(in) - file->raster.offset;
     if (rest < static_cast<std::int64_t>(counts * sizeof(std::uint16_t))) return false;
     file->frame.resize(counts);
-    if (fseeko(in, file->raster.offset, SEEK_SET) != 0) return false;
+    if (!nbpFileSeek(in, file->raster.offset)) return false;
     return std::fread(file->frame.data(), sizeof(std::uint16_t), counts, in) == counts;
 }
 

@@ -245,7 +245,7 @@ double rasterTime(const NbHritFile& file, int column, int line)
     std::FILE* in = file.scanTime.get();
     std::byte bytes[size];
     double value = noTime;
-    if (fseeko(in, (l * width + c) * size, SEEK_SET) == 0 && std::fread(bytes, size, 1, in) == 1)
+    if (nbpFileSeek(in, (l * width + c) * size) && std::fread(bytes, size, 1, in) == 1)
         std::memcpy(&value, bytes, size);
     // Deliberate: the mark of no time is turned round with the rest. In a file of the other byte
     // order it is then a time just above 0, and points beyond the raster have angles of the first

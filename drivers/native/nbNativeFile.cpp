@@ -53,8 +53,7 @@ struct Layout {
 
 bool readAt(std::FILE* f, std::int64_t offset, std::span<std::byte> out)
 {
-    return fseeko(f, offset, SEEK_SET) == 0 &&
-           std::fread(out.data(), 1, out.size(), f) == out.size();
+    return nbpFileSeek(f, offset) && std::fread(out.data(), 1, out.size(), f) == out.size();
 }
 
 template <std::size_t size>

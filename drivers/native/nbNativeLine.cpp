@@ -55,7 +55,7 @@ bool sizesAgree(const NbNativeFile& file)
 // Reads as much of a line's packet as `out` takes; gives the number of bytes.
 std::size_t readPacket(NbNativeFile* file, int n, std::span<std::byte> out)
 {
-    if (fseeko(file->stream.get(), packetOffset(*file, n), SEEK_SET) != 0) return 0;
+    if (!nbpFileSeek(file->stream.get(), packetOffset(*file, n))) return 0;
     return std::fread(out.data(), 1, out.size(), file->stream.get());
 }
 

@@ -4,6 +4,7 @@
  * offset that the structure block states.
  */
 #include "drivers/rdat/nbRdatFile.h"
+#include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
 #include "util/nbNumber.h"
 #include "util/nbUtlByteOrder.h"
@@ -11,7 +12,6 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
-#include <new>
 #include <string_view>
 
 namespace {
@@ -291,14 +291,14 @@ private:
     static bool tryResize(std::vector<T>* table, std::size_t n, const char* reader,
                           const char* field)
     {
-        try {
+        const bool done = nbpGuard(reader, false, [&] {
             table->resize(n);
             return true;
-        } catch (const std::bad_alloc&) {
+        });
+        if (!done)
             nbpLogError("%s(): memory error (rdatFileHdr->%s: size=%lu) \n", reader, field,
                         static_cast<unsigned long>(n * sizeof(T)));
-            return false;
-        }
+        return done;
     }
 
     int tooMany(const char* what, std::size_t count) const

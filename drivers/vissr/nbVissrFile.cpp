@@ -500,7 +500,7 @@ constexpr NbSatSlots vissrSlots = {
 void nbpVissrReadAt(const NbVissrFile& file, std::int64_t offset, std::byte* out, std::size_t n)
 {
     std::size_t got = 0;
-    if (offset >= 0 && fseeko(file.data.get(), offset, SEEK_SET) == 0)
+    if (offset >= 0 && nbpFileSeek(file.data.get(), offset))
         got = std::fread(out, 1, n, file.data.get());
     std::fill(out + got, out + n, std::byte{0});
 }
