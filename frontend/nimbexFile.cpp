@@ -1,15 +1,10 @@
 #include "frontend/nimbexFile.h"
 
 #include "frontend/recover.h"
-#include "util/nbFile.h"
 
 #include <algorithm>
 #include <bit>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -170,17 +165,6 @@ bool writeParts(std::FILE* file, const NbGridHeader& header, std::span<const flo
     return std::fflush(file) == 0; // the last rows, too, have been written
 }
 
-// Removes the file that was opened, if the name still leads straight to it. Gives the words for
-// the message.
-const char* removeIncomplete(const struct stat& opened, const std::string& path)
-{
-    struct stat named;
-    const bool removed = lstat(path.c_str(), &named) == 0 && S_ISREG(opened.st_mode) &&
-                         S_ISREG(named.st_mode) && opened.st_dev == named.st_dev &&
-                         opened.st_ino == named.st_ino && unlink(path.c_str()) == 0;
-    return removed ? "; the incomplete file is removed" : "";
-}
-
 } // namespace
 
 NbTableLayout layOutTable(int levels, bool extended)
@@ -219,31 +203,9 @@ void fillPixelTable(std::span<const std::uint16_t> conversion, std::int16_t inva
     out.pixel[static_cast<std::uint16_t>(invalid)] = header.isVersion10() ? 0 : 0xFFFF;
 }
 
-int writeNimbexFile(const std::string& path, const NbGridHeader& header,
-                    std::span<const float> table, const NbPixelTable& pixels,
-                    std::span<const std::int16_t> cells)
+int writeNimbexFile(NbOutputFile& out, const NbGridHeader& header, std::span<const float> table,
+                    const NbPixelTable& pixels, std::span<const std::int16_t> cells)
 {
-    std::vector<char> buffer(std::size_t{1} << 20); // outlives the stream
-    NbFilePtr file(std::fopen(path.c_str(), "wb"));
-    if (!file) {
-        complain("%s: cannot open the output file: %s", path.c_str(), std::strerror(errno));
-        return NB_RUN_OUTPUT_OPEN;
-    }
-    struct stat opened {};
-    fstat(fileno(file.get()), &opened);
-    std::setvbuf(file.get(), buffer.data(), _IOFBF, buffer.size());
-
-    if (!writeParts(file.get(), header, table, pixels, cells)) {
-        const int error = errno;
-        complain("%s: cannot write the output file: %s%s", path.c_str(), std::strerror(error),
-                 removeIncomplete(opened, path));
-        return NB_RUN_SHORT_WRITE;
-    }
-    if (std::fclose(file.release()) != 0) {
-        const int error = errno;
-        complain("%s: cannot close the output file: %s%s", path.c_str(), std::strerror(error),
-                 removeIncomplete(opened, path));
-        return NB_RUN_CLOSE;
-    }
-    return NB_RUN_COMPLETE;
+    if (writeParts(out.stream(), header, table, pixels, cells)) return NB_RUN_COMPLETE;
+    return out.fail(NB_RUN_SHORT_WRITE, "cannot write the output file");
 }

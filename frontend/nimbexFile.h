@@ -3,6 +3,7 @@
  * The output format: a header block, a block with the level table, one record a grid row, all in
  * units of 256 bytes, little-endian. Each begins and ends with its own length in 32 bits.
  */
+#include "frontend/outputFile.h"
 #include "geo/nbDate.h"
 
 #include <array>
@@ -74,13 +75,12 @@ void fillPixelTable(std::span<const std::uint16_t> conversion, std::int16_t inva
                     const NbGridHeader& header, NbPixelTable& out);
 
 /**
- * Writes the file. An incomplete one is removed where that can be done without harm: a regular
- * file that still has the name. What went wrong is said on standard error.
+ * Writes the contents into an open file. On failure the file is given up, and what went wrong is
+ * said on standard error.
  *
  * @param table  value of each output level
  * @param cells  columns x rows, top row first
- * @return an NbRunCode
+ * @return an NbRunCode: NB_RUN_SHORT_WRITE
  */
-int writeNimbexFile(const std::string& path, const NbGridHeader& header,
-                    std::span<const float> table, const NbPixelTable& pixels,
-                    std::span<const std::int16_t> cells);
+int writeNimbexFile(NbOutputFile& out, const NbGridHeader& header, std::span<const float> table,
+                    const NbPixelTable& pixels, std::span<const std::int16_t> cells);

@@ -10,6 +10,7 @@
 #include "frontend/levelTable.h"
 #include "frontend/mapGrid.h"
 #include "frontend/nimbexFile.h"
+#include "frontend/outputFile.h"
 #include "frontend/progress.h"
 #include "frontend/recover.h"
 #include "frontend/setupFile.h"
@@ -307,8 +308,28 @@ int makeDifferenceImage(const NbSettings& settings, const NbDifference& differen
     return NB_RUN_COMPLETE;
 }
 
-int convert(NbSettings& settings)
+// What has failed in this process so far.
+struct Failures {
+    long memory = nbpMemoryFailures;
+    long reads = nbpReadFailures;
+};
+
+// The library goes on without what it cannot read or hold. Such an image looks like any other, so
+// it is not written.
+int checkWhole(const Failures& before)
 {
+    const Failures now;
+    const bool lacksMemory = now.memory != before.memory;
+    if (!lacksMemory && now.reads == before.reads) return NB_RUN_COMPLETE;
+    complain("%s, and parts of the image may be missing",
+             lacksMemory ? "memory ran out" : "an input file gave an error while it was read");
+    return lacksMemory ? NB_RUN_NO_MEMORY : NB_RUN_INPUT;
+}
+
+// Converts into `out`, which it opens when all is ready to be written.
+int convert(NbSettings& settings, NbOutputFile& out)
+{
+    const Failures before;
     NbInputs inputs;
     Source source;
     NbProjPara map{};
@@ -354,8 +375,10 @@ int convert(NbSettings& settings)
     const auto conversion = makeConversion(settings, std::max(image.levelCount, 1), image.levels);
     const auto pixels = std::make_unique<NbPixelTable>();
     fillPixelTable(conversion, image.invalid, header, *pixels);
-    return writeNimbexFile(settings.outputName, header, image.levels.output, *pixels,
-                           image.cells.span());
+    if (code = checkWhole(before); code != 0) return code;
+    code = out.open(settings.outputName);
+    if (code != 0) return code;
+    return writeNimbexFile(out, header, image.levels.output, *pixels, image.cells.span());
 }
 
 } // namespace
@@ -367,12 +390,13 @@ int runConversion(NbSettings settings)
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
     return nbpGuard("nimbex", int{NB_RUN_NO_MEMORY}, [&] {
+        NbOutputFile out;
         int code = NB_RUN_COMPLETE;
         {
             const NbProgressLine progress;
-            code = convert(settings);
+            code = convert(settings, out);
         }
-        if (code != 0 || !settings.compress) return code;
-        return compressFile(settings.outputName);
+        if (code == 0 && settings.compress) code = compressFile(out);
+        return code == 0 ? out.finish() : code;
     });
 }

@@ -1,0 +1,70 @@
+#pragma once
+/**
+ * An output file that appears whole or not at all.
+ *
+ * A regular file is written beside its place, as ".nimbex-" and the number of the process, and
+ * takes its name when it is complete. Until then, and for good when the run fails or is killed,
+ * the name leads to what it led to before. Only a kill that no process can catch leaves the
+ * unfinished file lying there.
+ *
+ * The file replaced hands on its mode, and its owner and group where the system allows that. A
+ * symbolic link stays and its target is replaced, or made. Further hard links keep the old file.
+ *
+ * Written directly, as there is no other way: what is no regular file (pipes, devices), a
+ * descriptor by name (/dev/stdout), and a file that may be written but not replaced, because of
+ * its folder or because it is mounted by itself. A regular file so written is emptied when the run
+ * fails.
+ *
+ * Nothing is synchronised with the disk. That would take several times as long as the run of a
+ * small map, and guards only against a failure of the machine, after which a batch is run again.
+ */
+#include "util/nbFile.h"
+
+#include <string>
+#include <vector>
+
+class NbOutputFile {
+public:
+    NbOutputFile() = default;
+    ~NbOutputFile() { discard(); }
+    NbOutputFile(const NbOutputFile&) = delete;
+    NbOutputFile& operator=(const NbOutputFile&) = delete;
+
+    /** Once. An NbRunCode: NB_RUN_OUTPUT_OPEN, said on standard error. */
+    int open(const std::string& path);
+
+    std::FILE* stream() const { return file_.get(); }
+    bool isRegular() const { return isRegular_; }
+    // Where the bytes are until the file is finished.
+    const std::string& currentPath() const { return beside_.empty() ? path_ : beside_; }
+
+    /** Empties it, to be written anew. False, with errno, when that fails. */
+    bool restart();
+
+    /**
+     * Closes the file and puts it in its place.
+     *
+     * @return an NbRunCode: NB_RUN_CLOSE, NB_RUN_OUTPUT_OPEN no replacing, NB_RUN_SHORT_WRITE in
+     *         a file that can only be written directly; said on standard error
+     */
+    int finish();
+
+    /** Gives the file up, says `what` with the reason in errno (0: none), and gives `code`. */
+    int fail(int code, const char* what);
+
+private:
+    bool openBeside(const std::string& place, unsigned mode);
+    bool openDirectly();
+    void inherit();
+    int copyToPlace();
+    void discard();
+
+    std::string path_;   // as given
+    std::string place_;  // links followed
+    std::string beside_; // the unfinished file; empty: none
+    bool replaces_ = false;
+    bool isRegular_ = false;
+    bool isDirect_ = false;    // regular, under its own name, not finished
+    std::vector<char> buffer_; // outlives the stream
+    NbFilePtr file_;
+};
