@@ -10,8 +10,9 @@
 
 namespace {
 
-constexpr int copySize = 30; // of a header
-constexpr int copies = 3;
+constexpr std::size_t copySize = 30; // of a header
+constexpr std::size_t copies = 3;
+constexpr int headersSize = copies * copySize;
 constexpr std::size_t headSize = 256; // a block's headers, and the scan fields of Block 0
 constexpr std::size_t scanChunk = 65536;
 
@@ -28,12 +29,21 @@ constexpr std::array<std::uint16_t, 256> makeCrcTable()
 }
 constexpr auto crcTable = makeCrcTable();
 
+constexpr unsigned crcStep(unsigned crc, std::byte byte)
+{
+    return ((crc << 8) & 0xFFFFU) ^ crcTable[(crc >> 8) ^ std::to_integer<unsigned>(byte)];
+}
+
+constexpr unsigned crcOver(unsigned crc, std::span<const std::byte> bytes)
+{
+    for (const std::byte byte : bytes)
+        crc = crcStep(crc, byte);
+    return crc;
+}
+
 std::uint16_t calcCrc(std::span<const std::byte> bytes)
 {
-    unsigned crc = 0xFFFF;
-    for (const std::byte byte : bytes)
-        crc = ((crc << 8) & 0xFFFFU) ^ crcTable[(crc >> 8) ^ std::to_integer<unsigned>(byte)];
-    return static_cast<std::uint16_t>(~crc);
+    return static_cast<std::uint16_t>(~crcOver(0xFFFF, bytes));
 }
 
 bool isGoodCopy(std::span<const std::byte> copy)
@@ -64,10 +74,74 @@ NbGvarHeader parseCopy(std::span<const std::byte> copy)
 // stretch, before its CRC is formed. Id 11 is the sounder's.
 bool mayStart(std::byte id, std::byte wordSize)
 {
-    const auto i = std::to_integer<unsigned>(id);
-    const auto w = std::to_integer<unsigned>(wordSize);
-    return ((i - 1 < 11) | (i == gvarBlock0)) & (w - 1 < 16);
+    const auto below = [](std::byte value, unsigned count) { // from 1; in bytes, for vectors
+        return static_cast<std::uint8_t>(std::to_integer<unsigned>(value) - 1) < count;
+    };
+    return (below(id, 11) | (id == std::byte{gvarBlock0})) & below(wordSize, 16);
 }
+
+// Whether one of the places may start a block; the byte behind the last place is read too.
+bool anyMayStart(std::span<const std::byte> bytes, std::size_t places)
+{
+    std::uint8_t any = 0;
+    for (std::size_t i = 0; i < places; ++i)
+        any |= static_cast<std::uint8_t>(mayStart(bytes[i], bytes[i + 1]));
+    return any != 0;
+}
+
+// What a byte in front of a copy adds to the register over both, which starts from 0.
+constexpr std::array<std::uint16_t, 256> makeLeavingTable()
+{
+    std::array<std::uint16_t, 256> table{};
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        std::array<std::byte, copySize + 1> bytes{};
+        bytes[0] = static_cast<std::byte>(i);
+        table[i] = static_cast<std::uint16_t>(crcOver(0, bytes));
+    }
+    return table;
+}
+constexpr auto leavingTable = makeLeavingTable();
+
+// The register over a copy with a good CRC: here over zeros. The CRC starts from 0xFFFF and is
+// stored inverted, the register starts from 0.
+constexpr unsigned makeGoodRegister()
+{
+    std::array<std::byte, copySize> bytes{};
+    const unsigned crc = ~crcOver(0xFFFF, std::span(bytes).first(copySize - 2)) & 0xFFFFU;
+    bytes[copySize - 2] = static_cast<std::byte>(crc >> 8);
+    bytes[copySize - 1] = static_cast<std::byte>(crc);
+    return crcOver(0, bytes);
+}
+constexpr unsigned goodRegister = makeGoodRegister();
+
+// Tests places of a run of bytes, in ascending order, for a good header copy: the register over a
+// copy with its CRC is the same for every good one. From a place to a near one the register slides,
+// byte by byte, so that bytes which look like a start everywhere cost no more than a few table
+// look-ups each.
+class CopyTest {
+public:
+    explicit CopyTest(std::span<const std::byte> bytes) : bytes_(bytes) {}
+
+    bool isGood(std::size_t place)
+    {
+        if (!begun_ || place - at_ > copySize / 2) {
+            crc_ = crcOver(0, bytes_.subspan(place, copySize));
+        } else {
+            for (; at_ < place; ++at_)
+                crc_ = crcStep(crc_, bytes_[at_ + copySize]) ^
+                       leavingTable[std::to_integer<std::size_t>(bytes_[at_])];
+        }
+        begun_ = true;
+        at_ = place;
+        return crc_ == goodRegister;
+    }
+
+private:
+    std::span<const std::byte> bytes_;
+    std::size_t at_ = 0;
+    unsigned crc_ = 0;
+    bool begun_ = false;
+};
 
 NbGvarBlock makeBlock(std::int64_t offset, const NbGvarFound& found, int prefix,
                       std::span<const std::byte> head)
@@ -100,12 +174,11 @@ int nbpGvarPrefixLength(std::span<const std::byte> record)
 
 std::optional<NbGvarFound> nbpGvarFindHeader(std::span<const std::byte> block)
 {
-    for (int copy = 0; copy < copies; ++copy) {
-        const auto at = static_cast<std::size_t>(copy * copySize);
-        if (at + copySize > block.size()) break;
-        const auto bytes = block.subspan(at, copySize);
+    for (std::size_t copy = 0; copy < copies; ++copy) {
+        if ((copy + 1) * copySize > block.size()) break;
+        const auto bytes = block.subspan(copy * copySize, copySize);
         if (isGoodCopy(bytes))
-            return NbGvarFound{.header = parseCopy(bytes), .dataAt = copies * copySize};
+            return NbGvarFound{.header = parseCopy(bytes), .dataAt = headersSize};
     }
     return std::nullopt;
 }
@@ -189,20 +262,26 @@ bool NbGvarBlocks::appendFromStream()
     }
     blocks_.push_back(makeBlock(next_, *found, 0, head));
     // Always forward: the shortest step is 92 - 2 x 255 / 8 bytes.
-    next_ += copies * copySize + 2 + found->header.dataSize();
+    next_ += headersSize + 2 + found->header.dataSize();
     return true;
 }
 
 // First place behind `from` where the first copy of a header is good; -1 for none.
 std::int64_t NbGvarBlocks::findFirstCopy(std::int64_t from)
 {
+    constexpr std::size_t group = 64; // places that are looked over at once
     for (++from;;) {
         const auto bytes = view(from, copySize, scanChunk);
         if (bytes.size() < copySize) return -1;
         const std::size_t places = bytes.size() - copySize + 1;
-        for (std::size_t i = 0; i < places; ++i)
-            if (mayStart(bytes[i], bytes[i + 1]) && isGoodCopy(bytes.subspan(i, copySize)))
-                return from + static_cast<std::int64_t>(i);
+        CopyTest test(bytes);
+        for (std::size_t i = 0; i < places; i += group) {
+            const std::size_t count = std::min(group, places - i);
+            if (!anyMayStart(bytes.subspan(i), count)) continue;
+            for (std::size_t k = i; k < i + count; ++k)
+                if (mayStart(bytes[k], bytes[k + 1]) && test.isGood(k))
+                    return from + static_cast<std::int64_t>(k);
+        }
         from += static_cast<std::int64_t>(places);
     }
 }

@@ -129,7 +129,9 @@ TEST(GvarLines, DamagedBlocksLoseTheirLinesAlone)
 TEST(GvarLines, AStreamIsFoundAgainBehindJunk)
 {
     SynthGvar s{.records = false};
-    s.damage = {{.scan = 2, .block = 1, .junk = 100000}, {.scan = 4, .block = 2, .junk = 1}};
+    s.damage = {{.scan = 2, .block = 1, .junk = 100000},
+                {.scan = 3, .block = 0xF0, .junk = 100000, .junkBits = 3},
+                {.scan = 4, .block = 2, .junk = 1}};
     GvarScene scene(s);
     for (const char* name : {"IR1", "IR3", "VIS"}) {
         ASSERT_EQ(scene.select(name), 10001);

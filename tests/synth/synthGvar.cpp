@@ -198,7 +198,8 @@ Bytes scanBytes(const SynthGvar& s, int scan)
         std::uint32_t noise = 1;
         for (int i = 0; !s.records && i < damage.junk; ++i) {
             noise = noise * 1664525 + 1013904223; // Numerical Recipes' generator
-            out.push_back(static_cast<std::byte>(noise >> 24));
+            out.push_back(
+                static_cast<std::byte>(noise >> 24 & static_cast<unsigned>(damage.junkBits)));
         }
         const std::size_t start = out.size();
         if (s.records) {

@@ -23,6 +23,7 @@ struct SynthGvarDamage {
     int detector = -1;     // stated detector
     int relativeScan = -1; // stated relative scan count
     int junk = 0;          // bytes of noise in front of the block (stream layout)
+    int junkBits = 0xFF;   // of each byte of noise; with 3 most of them look like a block's start
 };
 
 struct SynthGvar {
