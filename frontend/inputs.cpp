@@ -94,7 +94,7 @@ void NbInputs::close()
 int readNameList(const char* path, std::string& names)
 {
     errno = 0;
-    const NbFilePtr file = nbpFileOpenRead(path);
+    const NbFilePtr file = nbpFileOpenText(path);
     if (!file) {
         complain("%s: cannot read the list of input files: %s", path,
                  std::strerror(errno != 0 ? errno : EISDIR));

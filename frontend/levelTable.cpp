@@ -34,6 +34,7 @@ public:
     int of(std::size_t begin, std::size_t end) const // not empty
     {
         const auto k = static_cast<std::size_t>(std::bit_width(end - begin)) - 1;
+        // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): k is not below 0
         return std::min(rows_[k][begin], rows_[k][end - (std::size_t{1} << k)]);
     }
 
@@ -126,7 +127,7 @@ void fillLine(float low, float high, int divisor, std::span<float> out)
 
 void readTableFile(const char* path, std::span<float> table)
 {
-    const NbFilePtr file = nbpFileOpenRead(path);
+    const NbFilePtr file = nbpFileOpenText(path);
     if (!file) return;
     constexpr int mostRecords = 1000000; // a device can give numbers for ever
     long index = 0;

@@ -36,7 +36,7 @@ void scanShift(const char* text, NbSettings& settings)
 
 void readShiftFile(const char* path, NbSettings& settings)
 {
-    const NbFilePtr file = nbpFileOpenRead(path);
+    const NbFilePtr file = nbpFileOpenText(path);
     if (!file) return;
     char text[1024]; // two numbers
     const std::size_t length = std::fread(text, 1, sizeof text - 1, file.get());

@@ -110,7 +110,7 @@ void apply(const char* word, double value, NbSettings& settings, NbProjPara& map
 
 void applySetupFile(const char* path, NbSettings& settings, NbProjPara& map)
 {
-    const NbFilePtr file = nbpFileOpenRead(path);
+    const NbFilePtr file = nbpFileOpenText(path);
     if (!file) return;
     constexpr int mostRecords = 100000; // a device can give bytes for ever
     for (int record = 0; record < mostRecords; ++record) {

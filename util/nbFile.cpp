@@ -5,13 +5,22 @@
 
 NbFilePtr nbpFileOpenRead(const char* path, bool buffered)
 {
+    struct stat status = {};
+    // Asked before the file is opened, because a pipe without a writer holds the opening up.
+    if (path == nullptr || (stat(path, &status) == 0 && S_ISFIFO(status.st_mode))) return nullptr;
+    NbFilePtr file = nbpFileOpenText(path);
+    if (file && !buffered) std::setvbuf(file.get(), nullptr, _IONBF, 0);
+    return file;
+}
+
+NbFilePtr nbpFileOpenText(const char* path)
+{
     if (path == nullptr) return nullptr;
     NbFilePtr file(std::fopen(path, "rbe")); // e: not handed on to programs that are run
     if (file == nullptr) return nullptr;
     struct stat status = {};
     // A directory opens for reading and fails only at the first read.
     if (fstat(fileno(file.get()), &status) != 0 || S_ISDIR(status.st_mode)) return nullptr;
-    if (!buffered) std::setvbuf(file.get(), nullptr, _IONBF, 0);
     return file;
 }
 

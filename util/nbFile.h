@@ -22,11 +22,14 @@ struct NbFileCloser {
 using NbFilePtr = std::unique_ptr<std::FILE, NbFileCloser>;
 
 /**
- * Opens a regular file (or what acts as one) for reading; null for a directory or when the open
- * fails. The stream is unbuffered when `buffered` is false: for readers of whole lines, which
- * bring their own memory.
+ * Opens a regular file (or what acts as one) for reading; null for a directory, for a pipe (nobody
+ * can seek in it, and without a writer it would be waited for) or when the open fails. The stream
+ * is unbuffered when `buffered` is false: for readers of whole lines, which bring their own memory.
  */
 NbFilePtr nbpFileOpenRead(const char* path, bool buffered = true);
+
+/** The same for a text that is read once, from its start to its end: it may come from a pipe. */
+NbFilePtr nbpFileOpenText(const char* path);
 
 /** Moves to an offset from the file's start. False when that fails. */
 bool nbpFileSeek(std::FILE* f, std::int64_t offset);

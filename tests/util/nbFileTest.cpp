@@ -2,8 +2,10 @@
 
 #include "tests/support/support.h"
 
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 TEST(FileOpenRead, DirectoriesAndMissingFilesGiveNull)
@@ -13,6 +15,21 @@ TEST(FileOpenRead, DirectoriesAndMissingFilesGiveNull)
     EXPECT_EQ(nbpFileOpenRead((dir / "missing").c_str()), nullptr);
     EXPECT_EQ(nbpFileOpenRead(""), nullptr);
     EXPECT_EQ(nbpFileOpenRead(nullptr), nullptr);
+}
+
+// The first would wait for ever.
+TEST(FileOpenRead, APipeIsNoImageAndMayBeAText)
+{
+    const TempDir dir;
+    const std::string path = dir / "pipe";
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(nbpFileOpenRead(path.c_str()), nullptr);
+    const int writer = open(path.c_str(), O_RDWR);
+    ASSERT_EQ(write(writer, "x", 1), 1);
+    const NbFilePtr text = nbpFileOpenText(path.c_str());
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(std::fgetc(text.get()), 'x');
+    close(writer);
 }
 
 TEST(FileSize, IsRightPastFourGigabytesAndUnknownForAPipe)
