@@ -54,7 +54,7 @@ char* nbStrFortranToC(const char* s, int n)
     const std::size_t kept = field.find_last_not_of(' ') + 1; // npos + 1 is 0
     auto* text = static_cast<char*>(nbUtlMalloc(kept + 1, "nbStrFortranToC()"));
     if (text == nullptr) return nullptr;
-    std::memcpy(text, s, kept);
+    field.copy(text, kept); // an empty field may be a null pointer, which memcpy forbids
     text[kept] = '\0';
     return text;
 }
@@ -62,6 +62,7 @@ char* nbStrFortranToC(const char* s, int n)
 char* nbStrCToFortran(char* s, int n)
 {
     const std::size_t size = length(n);
+    if (size == 0) return s;
     const std::size_t end = strnlen(s, size);
     // Deliberate: the blanks begin behind the NUL. Readers in C rely on the field's old length;
     // with a blank in its place they would run on to the next NUL in memory.

@@ -3,7 +3,8 @@
 /**
  * Character fields: EBCDIC, Fortran and C strings.
  *
- * The caller owns all buffers but the result of nbStrFortranToC. A length below 0 counts as 0.
+ * The caller owns all buffers but the result of nbStrFortranToC. A length below 0 counts as 0. The
+ * two for Fortran fields take a null pointer for a field of length 0.
  */
 #ifdef __cplusplus
 extern "C" {

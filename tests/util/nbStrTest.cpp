@@ -72,6 +72,14 @@ TEST(StrFortran, TrailingBlanksGoAndLeadingOnesStay)
     }
 }
 
+TEST(StrFortran, EmptyFieldMayBeNull)
+{
+    char* s = nbStrFortranToC(nullptr, 0);
+    EXPECT_STREQ(s, "");
+    nbUtlFree(s);
+    EXPECT_EQ(nbStrCToFortran(nullptr, 0), nullptr);
+}
+
 // Deliberate: the NUL stays.
 TEST(StrFortran, FieldIsFilledBehindItsNul)
 {
