@@ -1,6 +1,6 @@
-// Any bytes as an image file, through the object as the program uses it: detection, channels,
-// elements, navigation both ways, samples, a rectangle, a map. The first byte chooses the format
-// that is opened without looking, or detection.
+#include "fuzz/fuzzObject.h"
+
+#include "fuzz/fuzzFile.h"
 #include "geo/nbProj.h"
 #include "sat/nbSat.h"
 #include "sat/nbSatElem.h"
@@ -8,108 +8,129 @@
 #include "sat/nbSatGetProjData.h"
 #include "sat/nbSatGetZoomData.h"
 #include "sat/nbSatNav.h"
-#include "util/nbLog.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdint>
-#include <cstdio>
+#include <numeric>
 #include <string>
-#include <sys/mman.h>
-#include <unistd.h>
 #include <vector>
 
 namespace {
 
-// The file of an input: in memory, with a path.
-class MemoryFile {
-public:
-    MemoryFile(const std::uint8_t* data, std::size_t size)
-        : descriptor_(memfd_create("fuzz", MFD_CLOEXEC))
-    {
-        for (std::size_t at = 0; at < size;) {
-            const ssize_t n = write(descriptor_, data + at, size - at);
-            if (n <= 0) break;
-            at += static_cast<std::size_t>(n);
-        }
-    }
-    ~MemoryFile() { close(descriptor_); }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-    std::string path() const { return "/proc/self/fd/" + std::to_string(descriptor_); }
+constexpr int points = 8;
+constexpr int mapSize = 8;
 
-private:
-    int descriptor_;
-};
-
-void useElement(NbSatObject* object, const char* name)
+// A small map around a place of the image.
+NbProjPara mapAround(double lon, double lat, unsigned choice)
 {
-    if (nbSatSetElems(object, name) < 1 || object->elemNum != 1) return;
-    std::vector<float> table(70000);
-    int levels = static_cast<int>(table.size());
-    nbSatGetCalTable(object, name, table.data(), &levels);
-
-    const std::array<float, 5> pixel = {0, 3, 1000.4F, -1, 1e9F};
-    const std::array<float, 5> line = {0, 5, 700.6F, -9999, 1e9F};
-    std::array<double, 5> lon{};
-    std::array<double, 5> lat{};
-    std::array<NbPointInfo, 5> info{};
-    nbSatPixLinToLonLatInfo(object, pixel.data(), line.data(), lon.data(), lat.data(), info.data(),
-                            5);
-    std::array<float, 5> backPixel{};
-    std::array<float, 5> backLine{};
-    nbSatLonLatToPixLinInfo(object, lon.data(), lat.data(), backPixel.data(), backLine.data(),
-                            info.data(), 5);
-    std::array<std::int16_t, 64> counts{};
-    std::array<float, 64> values{};
-    nbSatGetI2DataByPixLin(object, pixel.data(), line.data(), counts.data(), 5);
-    nbSatGetR4DataByPixLin(object, pixel.data(), line.data(), values.data(), 5);
-    const NbZoomRect rect{1, 1, 20, 0, 8, 8};
-    nbSatGetI2ZoomData(object, &rect, counts.data());
-    nbSatGetR4ZoomData(object, &rect, values.data());
-
+    constexpr std::array types = {NB_PROJ_GRID, NB_PROJ_PS, NB_PROJ_DISK, NB_PROJ_MERC};
+    const bool known = lon >= -180 && lon <= 180 && lat > -90 && lat < 90; // not the mark, no NaN
     NbProjPara map{};
-    map.prjType = NB_PROJ_GRID;
-    map.baseLon = lon[1] > -180 && lon[1] < 180 ? lon[1] : 140;
-    map.baseLat = lat[1] > -90 && lat[1] < 90 ? lat[1] : 30;
-    map.stepX = map.stepY = 0.5;
-    map.xNum = map.yNum = 8;
+    map.prjType = static_cast<std::int16_t>(types[choice % types.size()]);
+    map.baseLon = map.stdLon = known ? lon : 140;
+    map.baseLat = known ? lat : 30;
+    map.stdLat1 = map.prjType == NB_PROJ_PS ? 90 : 0;
+    map.height = 36000;
+    map.baseX = map.baseY = mapSize / 2.0F;
+    map.stepX = map.stepY = map.prjType == NB_PROJ_GRID ? 0.5 : 50;
+    map.xNum = map.yNum = mapSize;
     map.roughX = map.roughY = 6;
-    nbSatGetI2ProjData(object, &map, counts.data(), 0, 0, nullptr, nullptr);
+    return map;
+}
+
+void useElement(NbSatObject* object, const std::string& name, unsigned choices)
+{
+    if (nbSatSetElems(object, name.c_str()) < 1 || object->elemNum != 1) return;
+    // Room for the levels that are told, or for all that a driver may know, which takes long.
+    int levels = (choices & 128U) != 0 ? 70000 : std::max<int>(object->levelNum, 0);
+    std::vector<float> table(static_cast<std::size_t>(levels));
+    nbSatGetCalTable(object, name.c_str(), table.data(), &levels);
+    nbSatGetChannel(object, 0);
+    nbSatGetChannel(object, 1);
+    nbSatSetIntp(object, static_cast<std::int16_t>(choices >> 2 & 3U));
+
+    const auto width = static_cast<float>(object->pixelNum);
+    const auto height = static_cast<float>(object->lineNum);
+    const std::array<float, points> pixel = {width / 2, 0, width - 1, 3.4F, width, -1, -9999, 1e9F};
+    const std::array<float, points> line = {height / 2, 0,     height - 1, 5.6F,
+                                            height,     -9999, 1,          1e9F};
+    std::array<double, points> lon{};
+    std::array<double, points> lat{};
+    std::array<NbPointInfo, points> info{};
+    nbSatPixLinToLonLatInfo(object, pixel.data(), line.data(), lon.data(), lat.data(), info.data(),
+                            points);
+    std::array<float, points> backPixel{};
+    std::array<float, points> backLine{};
+    nbSatLonLatToPixLinInfo(object, lon.data(), lat.data(), backPixel.data(), backLine.data(),
+                            info.data(), points);
+    std::array<double, points> resX{};
+    std::array<double, points> resY{};
+    nbSatGetResByPixLin(object, pixel.data(), line.data(), resX.data(), resY.data(), 2);
+
+    std::array<std::int16_t, mapSize * mapSize> counts{};
+    std::array<float, mapSize * mapSize> values{};
+    nbSatGetI2DataByPixLin(object, pixel.data(), line.data(), counts.data(), points);
+    nbSatGetR4DataByPixLin(object, pixel.data(), line.data(), values.data(), points);
+    std::array<float, 64> along{};
+    std::iota(along.begin(), along.end(), 0.0F);
+    std::array<float, 64> sameLine{};
+    sameLine.fill(height / 2);
+    nbSatGetI2DataByPixLin(object, along.data(), sameLine.data(), counts.data(), 64);
+
+    const NbZoomRect whole{0, 0, 0, 0, mapSize, mapSize};
+    const NbZoomRect part{1, 1, 20, 30, mapSize, mapSize};
+    const NbZoomRectF between{0.5F, 1.5F, 20, 30, mapSize, mapSize};
+    nbSatGetI2ZoomData(object, &whole, counts.data());
+    nbSatGetR4ZoomData(object, &part, values.data());
+    nbSatGetR4ZoomDataIntp(object, &between, values.data());
+
+    NbProjPara map = mapAround(lon[0], lat[0], choices >> 5);
+    const int overlap = static_cast<int>(choices & 15U) % (NB_OVERLAP_LOWEST_SATELLITE + 1);
+    std::array<double, mapSize * mapSize> zenith{};
+    std::array<std::uint8_t, mapSize * mapSize> owner{};
+    nbSatGetI2ProjData(object, &map, counts.data(), overlap, 2, zenith.data(), owner.data());
+    map.roughX = map.roughY = 1;
+    nbSatGetR4ProjData(object, &map, values.data(), overlap, 0, nullptr, nullptr);
+}
+
+void useChannel(NbSatObject* object, int channel, unsigned choices)
+{
+    int pixels = 0;
+    int lines = 0;
+    int levels = 0;
+    std::array<char, 1024> text{};
+    if (nbSatGetChInfo(object, channel, &pixels, &lines, &levels, text.data()) < 0) return;
+    std::string name = text.data();
+    name.resize(std::min(name.find_first_of(",/"), name.size()));
+    for (const char* const suffix : {"", "_T", "_A", "_R", "_L"})
+        useElement(object, name + suffix, choices);
 }
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void fuzzObject(std::span<const std::uint8_t> bytes, const char* type, unsigned choices)
 {
-    static std::FILE* const nowhere = std::fopen("/dev/null", "w");
-    for (int level = 1; level <= 5; ++level)
-        nbLogSetStream(level, nowhere);
-    if (size < 1) return 0;
-    constexpr std::array<const char*, 9> options = {"",
-                                                    "?type=hisd",
-                                                    "?type=hrit",
-                                                    "?type=native",
-                                                    "?type=gvar",
-                                                    "?type=vissr",
-                                                    "?type=ngac",
-                                                    "?type=ngacv1",
-                                                    ""};
-    const MemoryFile file(data + 1, size - 1);
-    NbSatObject object{};
-    const std::string path = file.path() + options[data[0] % options.size()];
-    if (nbSatOpenObject(&object, path.c_str()) != 0) return 0;
-    nbSatSetStopGap(&object, data[0] / 16);
-    const int channels = nbSatGetChNum(&object);
-    for (int channel = 0; channel < channels && channel < 12; ++channel) {
-        int pixels = 0;
-        int lines = 0;
-        int levels = 0;
-        char text[1024] = "";
-        if (nbSatGetChInfo(&object, channel, &pixels, &lines, &levels, text) < 0) continue;
-        const std::string name = std::string(text).substr(0, std::string(text).find_first_of(",/"));
-        for (const char* suffix : {"", "_T", "_A", "_R"})
-            useElement(&object, (name + suffix).c_str());
+    const FuzzFile file(bytes);
+    const bool listed = (choices & 16U) != 0;
+    const std::string name = file.path() + type;
+    std::array<NbSatObject, 2> objects{};
+    NbSatObject* const object = objects.data();
+    if (nbSatOpenObject(object, listed ? (name + " " + name).c_str() : name.c_str()) != 0) return;
+    nbSatPrintInfo(object);
+    std::array<double, 2> ssp{};
+    double distance = 0;
+    std::array<double, 3> attitude{};
+    double mjd = 0;
+    nbSatGetNavInfo(object, ssp.data(), &distance, attitude.data(), &mjd);
+    nbSatSetStopGap(object, static_cast<int>(choices & 3U));
+    if (listed) {
+        attitude = {1e-4, -1e-4, 2e-4};
+        nbSatSetShift(object, 1.5F, -2.5F);
+        nbSatResetAtt(object, mjd, attitude.data(), 0);
     }
-    nbSatCloseObject(&object);
-    return 0;
+    const int channels = nbSatGetChNum(object);
+    for (int channel = -1; channel < channels && channel < 16; ++channel)
+        useChannel(object, channel, choices);
+    for (NbSatObject& each : objects)
+        nbSatCloseObject(&each);
 }
