@@ -95,7 +95,7 @@ std::optional<NbChannelElements> channelElements(std::string_view channelName, i
 
 std::string GetSatName(const NbSatObject& object)
 {
-    const std::string name(object.satName, strnlen(object.satName, sizeof object.satName));
+    std::string name(object.satName, strnlen(object.satName, sizeof object.satName));
     if (object.fileFormatId == NB_FORMAT_HISD) {
         if (name.find("Himawari-8") != std::string::npos) return "Himawa-8";
         if (name.find("Himawari-9") != std::string::npos) return "Himawa-9";

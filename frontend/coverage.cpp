@@ -60,11 +60,11 @@ private:
 
     std::span<NbSatObject> objects_;
     const NbSatRawNav* raw_ = nullptr; // set when all objects share it
-    float rawPixel_[chunk];
-    float rawLine_[chunk];
-    float limb_[chunk];
-    float pixel_[chunk];
-    float line_[chunk];
+    float rawPixel_[chunk]{};
+    float rawLine_[chunk]{};
+    float limb_[chunk]{};
+    float pixel_[chunk]{};
+    float line_[chunk]{};
 };
 
 // A way to walk over all cells: row by row or column by column, from either end.
@@ -119,8 +119,8 @@ private:
 
     NbProjPara& map_;
     NbGridEdges edges_;
-    float x_[chunk];
-    float y_[chunk];
+    float x_[chunk]{};
+    float y_[chunk]{};
 };
 
 class CoverageProbe {
@@ -184,8 +184,8 @@ private:
     Prober prober_;
     Cells cells_;
     NbProjPara& map_;
-    double lon_[chunk];
-    double lat_[chunk];
+    double lon_[chunk]{};
+    double lat_[chunk]{};
 };
 
 constexpr double noStart = 99999999;

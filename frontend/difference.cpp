@@ -140,7 +140,7 @@ std::optional<NbDifferencePaths> differencePaths(int mode, std::string_view inpu
 {
     const NameRule& rule = nameRules[mode - 1];
     const std::string name(input);
-    if (const auto paths = pathsByRule(rule, name, false)) return paths;
+    if (auto paths = pathsByRule(rule, name, false)) return paths;
     return pathsByRule(rule, name, true);
 }
 

@@ -16,7 +16,7 @@ struct SightLine {
 
 SightLine sightLine(double lon, double lat, double zenith, double azimuth)
 {
-    SightLine line;
+    SightLine line{};
     double hc[3];
     nbAstroLonLatToEf(lon, lat, line.place);
     nbAstroZenithAzimuthToHcUnit(zenith, azimuth, hc);

@@ -136,6 +136,7 @@ int openOne(NbSatObject* object, const char* name)
 }
 
 // Opens each name of a list into the next free record.
+// cppcheck-suppress passedByValue // the names are cut apart in place
 int openList(NbSatObject* object, std::string names)
 {
     constexpr int mostObjects = std::numeric_limits<std::int16_t>::max();

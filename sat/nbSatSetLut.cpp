@@ -39,7 +39,7 @@ NbLut* allocateLut(const NbLut& plain, std::size_t levels, std::size_t breakpoin
     if (bytes == nullptr) return nullptr;
     auto* lut = new (bytes) NbLut(plain);
     auto* x = reinterpret_cast<float*>(bytes + sizeof(NbLut));
-    auto* y = reinterpret_cast<std::int16_t*>(x + breakpoints);
+    auto* y = reinterpret_cast<std::int16_t*>(bytes + sizeof(NbLut) + breakpoints * sizeof(float));
     lut->tableX = breakpoints > 0 ? x : nullptr;
     lut->tableY = breakpoints > 0 ? y : nullptr;
     lut->table = levels > 0 ? y + breakpoints : nullptr;

@@ -31,12 +31,13 @@ double mjdOf(const std::string& text)
     int y = 0, month = 0, d = 0, h = 0, minute = 0;
     if (std::sscanf(text.c_str(), "%4d%2d%2d%2d%2d", &y, &month, &d, &h, &minute) != 5)
         throw std::runtime_error("--time=" + text + " : YYYYMMDDhhmm expected");
-    using namespace std::chrono;
-    const year_month_day date{year{y}, std::chrono::month{static_cast<unsigned>(month)},
-                              day{static_cast<unsigned>(d)}};
+    namespace chrono = std::chrono;
+    const chrono::year_month_day date{chrono::year{y}, chrono::month{static_cast<unsigned>(month)},
+                                      chrono::day{static_cast<unsigned>(d)}};
     if (!date.ok() || h < 0 || h > 23 || minute < 0 || minute > 59)
         throw std::runtime_error("--time=" + text + " : no such time");
-    const auto days = (sys_days{date} - sys_days{1858y / 11 / 17}).count();
+    const auto days =
+        (chrono::sys_days{date} - chrono::sys_days{chrono::year{1858} / 11 / 17}).count();
     return static_cast<double>(days) + (h * 60 + minute) / 1440.0;
 }
 

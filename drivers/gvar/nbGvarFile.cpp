@@ -57,14 +57,15 @@ double firstScanTime(double time, int n, int direction, double startTime)
     // so; a carry moves all times of such a frame by up to 40 seconds.
     constexpr double s = gvarScanMs;
     constexpr double u = gvarTurnaroundMs;
+    const int pairs = n / 2; // of scans: there and back
     double t = time;
     if (n % 2 == 0) {
-        t -= (n / 2) * 2 * (s + u);
+        t -= pairs * 2 * (s + u);
         if (direction == 0) t -= s;
     } else if (direction == 0) {
-        t = t - ((n - 1) / 2) * (2 * s + u) - ((n + 1) / 2) * u - s;
+        t = t - pairs * (2 * s + u) - (pairs + 1) * u - s;
     } else {
-        t = t - ((n + 1) / 2) * (2 * s + u) - ((n - 1) / 2) * u;
+        t = t - (pairs + 1) * (2 * s + u) - pairs * u;
     }
     return t < startTime ? startTime : t;
 }

@@ -80,7 +80,8 @@ double calibrate(void* p, int line, int column, int level, Formula* formula)
     const NbRdatFile& file = *nbpRdatFile(p);
     const Place place = placeOf(file, line, column);
     if (place.line == nullptr || level % 2 != 0) return rdatNone;
-    return formula(file, *place.line, *place.column, level / 4);
+    const int count = level / 4; // a level is four times a count
+    return formula(file, *place.line, *place.column, count);
 }
 
 double radToAlb(const NbRdatFile& file, double radiance)
