@@ -95,6 +95,7 @@ void nbAstroEfToLonLatDist(const double* ef, double* lonLatDist);
 void nbAstroEfToLonLat(const double* ef, double* lon, double* lat);
 /** The sub-satellite point of a satellite position: longitude, geodetic latitude. */
 void nbAstroEfToSsp(const double* ef, double* lonLat);
+/** The reverse of nbAstroEfToLonLatDist. */
 void nbAstroLonLatDistToEf(const double* lonLatDist, double* ef);
 /** Surface point in km. */
 void nbAstroLonLatToEf(double lon, double lat, double* ef);

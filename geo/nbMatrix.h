@@ -10,10 +10,12 @@ extern "C" {
 
 /** `rows` x `inner` times `inner` x `cols`; `out` must be neither input. */
 void nbMultMat(const double* a, const double* b, int rows, int inner, int cols, double* out);
+/** Sum and difference of two `rows` x `cols` matrices. */
 void nbSumMat(const double* a, const double* b, int rows, int cols, double* out);
 void nbSubMat(const double* a, const double* b, int rows, int cols, double* out);
 /** Transpose, `cols` x `rows`; `out` must not be `a`. */
 void nbTransMat(const double* a, int rows, int cols, double* out);
+/** Copy of a `rows` x `cols` matrix. */
 void nbCopyMat(const double* a, int rows, int cols, double* out);
 /**
  * Inverse of an `n` x `n` matrix by Gauss-Jordan elimination with row pivoting.

@@ -13,6 +13,7 @@ void nbVectorUnit(const double* a, double* out);
 void nbVectorOuterProduct(const double* a, const double* b, double* out);
 /** a x b divided by its length; `out` must be neither input. */
 void nbVectorOuterProductUnit(const double* a, const double* b, double* out);
+
 double nbVectorInnerProduct(const double* a, const double* b);
 double nbVectorMag(const double* a);
 /** Squared length. */

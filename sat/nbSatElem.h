@@ -76,6 +76,7 @@ void nbSatPrintInfo(NbSatObject* object);
 int nbSatSenPlanckCoeff2(int band, double* out);
 /** d1, d2, d3, c1, c2, c3 of the wavelength set; -1 for a band outside 1 to 33. */
 int nbSatSenPlanckCoeff(int band, double* out);
+/** Radiance of a temperature, and temperature of a radiance. */
 double nbSatSenPlanckRadWaveLen(int band, double temperature);
 double nbSatSenPlanckRadWaveNum(int band, double temperature);
 double nbSatSenPlanckTempWaveLen(int band, double radiance);

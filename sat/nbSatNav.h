@@ -13,14 +13,13 @@
 extern "C" {
 #endif
 
+/** `info`: n records, or null. `height`: above the ellipsoid in metres, or null for 0. */
 int nbSatPixLinToLonLat(NbSatObject* object, const float* pixel, const float* line, double* lon,
                         double* lat, int n);
-/** `info`: n records, or null. */
 int nbSatPixLinToLonLatInfo(NbSatObject* object, const float* pixel, const float* line, double* lon,
                             double* lat, NbPointInfo* info, int n);
 int nbSatLonLatToPixLin(NbSatObject* object, const double* lon, const double* lat, float* pixel,
                         float* line, int n);
-/** `height`: above the ellipsoid in metres, or null for 0. */
 int nbSatLonLatHgtToPixLin(NbSatObject* object, const double* lon, const double* lat,
                            const double* height, float* pixel, float* line, int n);
 int nbSatLonLatToPixLinInfo(NbSatObject* object, const double* lon, const double* lat, float* pixel,

@@ -26,6 +26,7 @@ int nbGvarLinkSat(NbSatObject* object, const char* path);
 int nbGvarOpenFile(void* p, const char* path);
 /** Frees the record; 0. Null is ignored. */
 int nbGvarCloseFile(void* p);
+
 int nbGvarSetStopGap(void* p, int gap);
 int nbGvarSetShift(void* p, const float* dPixel, const float* dLine);
 
@@ -35,6 +36,7 @@ int nbGvarSetElements(void* p, const char* name, int* pixels, int* lines, int* l
                       float* errorValue);
 /** The table of the channel's first detector. */
 int nbGvarGetCalTable(void* p, const char* name, float* table, int* n);
+
 int nbGvarGetChannel(void* p, int style);
 
 int nbGvarLonLatHgtToPixLinInfo(void* p, const double* lon, const double* lat, const double* height,

@@ -25,6 +25,7 @@ int nbHisdLinkSat(NbSatObject* object, const char* path);
 int nbHisdOpenFile(void* p, const char* path);
 /** Frees the record; 0. Null is ignored. */
 int nbHisdCloseFile(void* p);
+
 int nbHisdSetStopGap(void* p, int gap);
 int nbHisdSetShift(void* p, const float* dPixel, const float* dLine);
 /** The object's driver record. */

@@ -29,6 +29,7 @@ int nbNgacOpenFile(void* p, const char* path);
 int nbNgacCloseFile(void* p);
 /** Always -1: gaps are not filled. The width is stored. */
 int nbNgacSetStopGap(void* p, int gap);
+
 int nbNgacSetShift(void* p, const float* dPixel, const float* dLine);
 
 int nbNgacGetChNum(void* p);
@@ -36,6 +37,7 @@ int nbNgacGetChInfo(void* p, int channel, int* pixels, int* lines, int* levels, 
 /** `name` may be several elements separated by commas: so many values has each pixel. */
 int nbNgacSetElements(void* p, const char* name, int* pixels, int* lines, int* levels,
                       float* errorValue);
+
 int nbNgacGetCalTable(void* p, const char* name, float* table, int* n);
 int nbNgacGetChannel(void* p, int style);
 /**

@@ -29,6 +29,7 @@ int nbNgacv1OpenFile(void* p, const char* path);
 int nbNgacv1CloseFile(void* p);
 /** Always -1: gaps are not filled. The width is stored. */
 int nbNgacv1SetStopGap(void* p, int gap);
+
 int nbNgacv1SetShift(void* p, const float* dPixel, const float* dLine);
 
 int nbNgacv1GetChNum(void* p);
@@ -36,6 +37,7 @@ int nbNgacv1GetChInfo(void* p, int channel, int* pixels, int* lines, int* levels
 /** `name` may be several elements separated by commas: so many values has each pixel. */
 int nbNgacv1SetElements(void* p, const char* name, int* pixels, int* lines, int* levels,
                         float* errorValue);
+
 int nbNgacv1GetCalTable(void* p, const char* name, float* table, int* n);
 int nbNgacv1GetChannel(void* p, int style);
 /**

@@ -38,15 +38,18 @@ int nbRdatOpenFile(void* p, const char* path);
 int nbRdatCloseFile(void* p);
 /** Raw scans have no gaps to fill: nothing happens; 0. */
 int nbRdatSetStopGap(void* p, int gap);
+
 int nbRdatSetShift(void* p, const float* dPixel, const float* dLine);
 
 int nbRdatGetChNum(void* p);
 /** 0, or 1 for another channel than 0 (logged). */
 int nbRdatGetChInfo(void* p, int channel, int* pixels, int* lines, int* levels, char* name);
+
 int nbRdatSetElements(void* p, const char* name, int* pixels, int* lines, int* levels,
                       float* errorValue);
 /** Values at line 100 and column 100: the calibration changes over the image. */
 int nbRdatGetCalTable(void* p, const char* name, float* table, int* n);
+
 int nbRdatGetChannel(void* p, int style);
 
 /** Heights are not used. The number of points without a position; -1 when none has one. */

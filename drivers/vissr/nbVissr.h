@@ -31,6 +31,7 @@ int nbVissrCloseFile(void* p);
 int nbVissrClearDataCache(void* p);
 /** Widest run of missing lines to fill from its neighbours. Lines filled before stay. */
 int nbVissrSetStopGap(void* p, int gap);
+
 int nbVissrSetShift(void* p, const float* dPixel, const float* dLine);
 
 int nbVissrGetChNum(void* p);
@@ -39,6 +40,7 @@ int nbVissrGetChInfo(void* p, int channel, int* pixels, int* lines, int* levels,
  * "IR1", "IR1_T", "IR1_R" and the channels' other names. */
 int nbVissrSetElements(void* p, const char* name, int* pixels, int* lines, int* levels,
                        float* errorValue);
+
 int nbVissrGetCalTable(void* p, const char* name, float* table, int* n);
 int nbVissrGetChannel(void* p, int style);
 
