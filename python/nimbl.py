@@ -2,7 +2,7 @@
 
     import nimbl
 
-    with nimbl.open("HS_H08_20200801_0300_B13_FLDK_R20_S0110.DAT") as image:
+    with nimbl.open("HS_H08_20200801_0300_B13_FLDK_R20_S0101.DAT") as image:
         for channel in image.channels():
             print(channel.name, channel.elements)
         pixel, line = image.lonlat_to_pixel(135.0, 35.0)
@@ -20,7 +20,8 @@ numpy is optional: with it arrays go in and come out, without it sequences go in
 array.array rows come out. One number gives one number in both cases.
 
 The shared library is looked for in $NIMBL_LIBRARY (its path), beside this file, in the prefix where
-this file is installed, and where the system's loader looks. It serves one thread at a time.
+this file is installed, and where the system's loader looks. Threads take turns in it, call by
+call; an Image is for one thread.
 """
 import array
 import collections
@@ -115,7 +116,9 @@ def _library_places():
 
 def _load():
     try:
-        library = ctypes.CDLL(_library_places()[0])
+        # The library has state of its own. Its calls keep the interpreter's lock, so that no other
+        # thread, nor an Image that the garbage collector closes there, enters it meanwhile.
+        library = ctypes.PyDLL(_library_places()[0])
     except OSError as error:
         raise NimblError("the library libnimbl.so.0 does not load (%s); NIMBL_LIBRARY may hold "
                          "its path" % error) from None
@@ -211,7 +214,7 @@ def _mask(values, errors):
 # Maps
 
 # Ranges that the converter's setup file takes: lowest, highest, whether the lowest itself counts.
-_ANY = (-sys.float_info.max, sys.float_info.max, True)
+_ANY = (-3.4028234e38, 3.4028234e38, True)  # of a float
 _ABOVE_0 = (0, sys.float_info.max, False)
 _ABOVE_1 = (1, sys.float_info.max, False)
 _KEYWORDS = {
@@ -236,8 +239,8 @@ class Map:
 
     projection: "grid" (longitude and latitude), "ps" (stereographic), "disk" (the globe from a
     height), "merc" (Mercator) or "lamb" (Lambert conformal conic).
-    setup: path of a setup file of the converter; without it the converter's own map. A keyword
-    without a number raises ValueError.
+    setup: path of a setup file of the converter, read as the converter reads it; without it the
+    converter's own map.
     Keywords, in either case, go before the setup file: prjclon, prjclat, prjclat2 (degrees),
     staalt (km), ellflg, stdxpos, stdypos (cells), stdlon, stdlat (degrees), stdxsiz, stdysiz (km a
     cell; degrees for "grid"), stdxnum, stdynum (cells).
@@ -315,18 +318,20 @@ class Map:
 
 
 def _setup_records(path):
-    """Keywords and numbers of a setup file, up to ";"."""
+    """Keywords and numbers of a setup file, up to ";", as the converter reads them.
+
+    What stands behind a keyword and is no number is the next keyword, and the first has -999.
+    """
     if path is None:
         return
     with _builtin_open(path, encoding="latin-1") as file:
-        words = file.read(1 << 20).split()
-    for word, text in zip(words[::2], words[1::2] + [""]):
-        if word == ";":
-            return
-        number = re.match(r"[-+]?(\d+\.?\d*|\.\d+)([eE][-+]?\d+)?$", text)
-        if number is None:
-            raise ValueError("%s: %s has no number but %r" % (path, word, text))
-        yield word, float(text)
+        text = file.read(1 << 20)
+    record = re.compile(r"\s*(\S+)(?:\s+([-+]?(?:(?:\d+\.?\d*|\.\d+)(?:e[-+]?\d+)?|inf|nan)))?",
+                        re.ASCII | re.IGNORECASE)
+    at = record.match(text)
+    while at and at[1] != ";":
+        yield at[1], float(at[2] or -999)
+        at = record.match(text, at.end())
 
 
 # Images
@@ -630,7 +635,7 @@ def _parse(path, data, map):
         if not condition:
             raise NimblError("%s: %s" % (path, what))
 
-    need(len(data) >= 260 and data[0:4] == data[252:256] == b"\0\1\0\0", "no nimbex file")
+    need(len(data) >= 260 and data[0:4] == data[252:256] == b"\0\1\0\0", "not a nimbex file")
     word = lambda at: struct.unpack_from("<i", data, at)[0]
     real = lambda at: _shortest(struct.unpack_from("<f", data, at)[0])
     text = lambda at, n: data[at:at + n].split(b"\0")[0].decode("ascii", "replace").strip()

@@ -216,6 +216,15 @@ class NimbexFiles(unittest.TestCase):
         with self.assertRaisesRegex(nimbl.NimblError, "the map"):
             nimbl.read_nimbex(out, nimbl.Map("ps", stdxnum=20))
 
+    def test_setup_file_is_read_as_the_converter_reads_it(self):
+        # A note, a keyword without a number (-999), letters behind one, and a text behind the end.
+        self.setup.write_text("# a map\nSTDXPOS\nSTDLAT 45N STDLON 1e2 STDYPOS nan ; STDLAT 9\n")
+        _, lon, lat, _ = self.parts(nimbl.read_nimbex(self.convert("-v")))
+        lons, lats = nimbl.Map("grid", self.setup).lonlat()
+        for west, north in ((lon[0], lat[0]), (lons[0][0], lats[0][0])):
+            self.assertAlmostEqual(west, 100 + 999 * 0.06, places=3)
+            self.assertEqual(north, 45)
+
     def test_damaged_files_raise(self):
         for options in (("-b=8", "-v"), ("-b=8", "-v", "-z")):
             whole = self.convert(*options).read_bytes()
