@@ -2,8 +2,6 @@
 
 #include "geo/nbShoreMap.h"
 #include "sat/nbSat.h"
-#include "util/nbFile.h"
-#include "util/nbLog.h"
 #include "util/nbNumber.h"
 
 #include <algorithm>
@@ -36,13 +34,11 @@ std::string findShoreMap()
     if (const char* const named = std::getenv("NIMBL_MAP"); named != nullptr && *named != '\0')
         return named;
     constexpr char name[] = "nbMap30.dat";
-    constexpr int errors = 4;
-    const NbFilePtr nowhere(std::fopen("/dev/null", "w"));
-    if (nowhere) nbLogSetStream(errors, nowhere.get()); // not being installed is no error yet
-    const char* const dir = nbSatGetDataDir(name, 0);
-    nbLogSetStream(errors, stderr);
-    if (dir != nullptr) return std::string(dir) + name;
-    if (fs::exists(NIMBEX_BUILT_MAP, none)) return NIMBEX_BUILT_MAP;
+    if (const char* const dir = nbpSatFindDataDir(name)) return std::string(dir) + name;
+    // Beside the program: in an installation that was moved, and in a build.
+    const fs::path program = fs::read_symlink("/proc/self/exe", none).parent_path();
+    for (const char* const share : {"../share/nimbex", "../share"})
+        if (const fs::path map = program / share / name; fs::exists(map, none)) return map.string();
     throw std::runtime_error(std::string("no map of shorelines was found; name one by --map or "
                                          "NIMBL_MAP, or install ") +
                              name);
