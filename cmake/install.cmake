@@ -18,10 +18,12 @@ if(data_destination STREQUAL "${CMAKE_INSTALL_FULL_DATADIR}/nimbex")
 endif()
 install(FILES ${CMAKE_BINARY_DIR}/share/nbMap30.dat DESTINATION ${data_destination} ${programs}
         OPTIONAL)
-foreach(completion IN ITEMS completion/nimbex view/nimbex-view map/nimbex-map)
+foreach(completion IN ITEMS completion/nimbex view/nimbex-view)
   get_filename_component(program ${completion} NAME)
-  install(FILES tools/${completion}.bash RENAME ${program}
-          DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions ${programs} OPTIONAL)
+  if(TARGET ${program})
+    install(FILES tools/${completion}.bash RENAME ${program}
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions ${programs})
+  endif()
 endforeach()
 
 # The library. Its public headers are those that the one over all of them names.
@@ -91,7 +93,7 @@ foreach(page IN LISTS pages)
           ${programs})
 endforeach()
 install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} ${programs})
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} ${programs})
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} ${programs} PATTERN draw EXCLUDE)
 install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT licence) # Debian has its own
 
 include(cmake/packages.cmake)
