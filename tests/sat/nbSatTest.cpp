@@ -242,26 +242,28 @@ TEST(SatSettings, ClosedRecordsAndMissingSlots)
 
 TEST(SatDataDir, LooksBesideTheWorkingDirectoryThenWhereTheEnvironmentPoints)
 {
+    // A name that no installation has: nbMap30.dat may stand where one puts its data.
+    constexpr const char* file = "nbTest30.dat";
     const TempDir dir;
     const auto home = std::filesystem::current_path();
     std::filesystem::create_directories(dir / "DATA");
     std::filesystem::create_directories(dir / "run");
-    writeText(dir / "nbMap30.dat", "map");
+    writeText(dir / file, "map");
     std::filesystem::current_path(dir / "run");
     unsetenv("NIMBL_MAP");
     {
         StderrCapture err;
-        EXPECT_EQ(nbSatGetDataDir("nbMap30.dat", 1), nullptr);
-        EXPECT_EQ(err.get().find("NB_Error: nbSatGetDataDir() : nbMap30.dat: "), 0U);
+        EXPECT_EQ(nbSatGetDataDir(file, 1), nullptr);
+        EXPECT_EQ(err.get().find("NB_Error: nbSatGetDataDir() : nbTest30.dat: "), 0U);
     }
-    setenv("NIMBL_MAP", (dir / "nbMap30.dat").c_str(), 1);
-    EXPECT_STREQ(nbSatGetDataDir("nbMap30.dat", 0), (dir.path() + "/").c_str());
+    setenv("NIMBL_MAP", (dir / file).c_str(), 1);
+    EXPECT_STREQ(nbSatGetDataDir(file, 0), (dir.path() + "/").c_str());
     {
         const StderrCapture quiet;
-        EXPECT_EQ(nbSatGetDataDir("nbMap10.dat", 0), nullptr); // another file
+        EXPECT_EQ(nbSatGetDataDir("nbTest10.dat", 0), nullptr); // another file
     }
-    writeText(dir / "DATA/nbMap30.dat", "map");
-    EXPECT_STREQ(nbSatGetDataDir("nbMap30.dat", 0), "../DATA/");
+    writeText(dir / "DATA/nbTest30.dat", "map");
+    EXPECT_STREQ(nbSatGetDataDir(file, 0), "../DATA/");
     unsetenv("NIMBL_MAP");
     std::filesystem::current_path(home);
 }
