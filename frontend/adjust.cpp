@@ -91,13 +91,10 @@ void AdjNavPara(NbSatObject* object, const NbSettings& settings)
 NbLandmarkResult adjustByLandmark(NbSatObject* object, const std::string& inputName,
                                   const NbProjPara& map, NbSettings& settings)
 {
-    // Deliberate: a shift that was given goes even where no map is found, so that what a run with
-    // this option leaves never depends on an older match. Kept for want of a map, such runs would
-    // follow the coast of another day.
-    settings.offsetX = 0;
-    settings.offsetY = 0;
     const auto mapPath = findLandmarkMap(settings);
     if (!mapPath) return NbLandmarkResult::Skipped;
+    settings.offsetX = 0;
+    settings.offsetY = 0;
     const int count = AdjLctMrk(object, inputName.c_str(), mapPath->c_str(), map, settings);
     return count > 0 ? NbLandmarkResult::Matched : NbLandmarkResult::NotFound;
 }

@@ -15,7 +15,7 @@
 void AdjNavPara(NbSatObject* object, const NbSettings& settings);
 
 enum class NbLandmarkResult {
-    Skipped, // no landmark data file: no shift
+    Skipped, // no landmark data file: the shift is as it was
     Matched,
     NotFound
 };

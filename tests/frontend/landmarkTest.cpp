@@ -114,7 +114,8 @@ TEST(LandmarkOption, WithoutAMapIsSkippedAndWithADamagedOneIsAnError)
             {"-h:=1,2", none, "-v", runs.dir / "image", runs.dir / "out", runs.dir / "setup"});
     };
     ProgramResult result = run();
-    EXPECT_EQ(result.err, "complete : 0\n"); // and the shift is gone
+    EXPECT_EQ(result.err,
+              "shift : chno=13, pixel=1.000000, line=2.000000\ncomplete : 0\n"); // stays in force
     Bytes bytes = readFile(runs.map.path());
     bytes[40] ^= std::byte{1};
     writeFile(runs.dir / "none-nbMap30.dat", bytes);
