@@ -43,7 +43,8 @@ getRings(std::span<const std::byte> bytes, std::int64_t size, std::int64_t west,
     constexpr double units = nbShoreMapUnits;
     NbCursor in(bytes, NbByteOrder::Little);
     const std::size_t count = getPacked(in);
-    if (count == 0 || count > in.remaining()) return {};
+    constexpr std::size_t leastRing = 7; // bytes: a count and three points
+    if (count == 0 || count > in.remaining() / leastRing) return {};
     std::vector<std::vector<NbShorePoint>> rings(count);
     for (auto& ring : rings) {
         const std::size_t points = getPacked(in);

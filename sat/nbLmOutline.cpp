@@ -21,6 +21,9 @@ constexpr double longestEdge = 0.25;
 // what has them shall not fill the memory.
 constexpr std::size_t mostRingPoints = 1'000'000;
 
+// Cuts of a drawing's rows with an outline beyond which nothing is drawn: no coast winds as much.
+constexpr std::size_t mostCuts = 400'000;
+
 // Points closer than this to the one before are left out, pixels.
 constexpr float leastStep = 0.03F;
 
@@ -286,6 +289,7 @@ void NbLmRaster::draw(const NbLmOutline& outline, float dx, float dy, int half,
             const int first = std::max(nbpTrunc32(std::ceil(std::min(ya, yb))), 0);
             const int last = std::min(nbpTrunc32(std::ceil(std::max(ya, yb))), side * fine);
             if (first < last) {
+                if (cuts_.size() > mostCuts) return;
                 const float slope = (b.x - a.x) / (yb - ya);
                 for (int row = first; row < last; ++row)
                     cuts_.push_back(

@@ -70,7 +70,7 @@ private:
 class NbLmRaster {
 public:
     // Share of land of the pixels of a square with `half` pixels on each side of the middle one,
-    // row by row, with the land moved by (dx, dy).
+    // row by row, with the land moved by (dx, dy). None where outlines are too many to be a coast.
     void draw(const NbLmOutline& outline, float dx, float dy, int half, std::vector<float>& share);
 
 private:

@@ -26,6 +26,10 @@ constexpr std::size_t mostCoastPoints = 30000;
 // A corner of the coast along the sides of a template makes 1; a straight coast 0.
 constexpr float leastShape = 0.3F;
 
+// Largest tile of a map, degrees: all of a tile that comes near a place lies on its half of the
+// earth, which a plane at the place can show.
+constexpr int largestTile = 30;
+
 // A point of the coast, in the order of its ring.
 struct CoastPoint {
     double lon, lat;
@@ -354,6 +358,11 @@ double nbpLmFinestPixel(NbSatObject* object)
 std::vector<NbLmPlace> nbpLmPlaces(NbSatObject* object, NbShoreMap& map, const NbLmSearch& search,
                                    std::string& problem)
 {
+    if (map.tileSize() > largestTile) {
+        problem = "shore map with tiles of " + std::to_string(std::lround(map.tileSize())) +
+                  " degrees, at most " + std::to_string(largestTile) + " expected";
+        return {};
+    }
     const double finest = nbpLmFinestPixel(object);
     if (finest < 0) return {};
     const NbLmView view{object, search.startPixel, search.startLine};
