@@ -14,10 +14,10 @@ extern "C" {
 
 /** The four search parameters. */
 enum NbLmParam {
-    NB_LM_HALF_WINDOW = 0,   /* half side of the piece of image that is searched, pixels */
-    NB_LM_HALF_TEMPLATE = 1, /* half side of a drawn piece of coast, pixels; the largest
-                                displacement that can be found is the difference of the two, less
-                                one */
+    NB_LM_HALF_WINDOW = 0, /* half side of the piece of image that is searched, pixels, up to 512 */
+    NB_LM_HALF_TEMPLATE = 1, /* half side of a drawn piece of coast, pixels, 2 to 256; the
+                                largest displacement that can be found is the difference of the two,
+                                which is 2 or more, less one */
     NB_LM_SPACING = 2,       /* least distance of two pieces of coast, pixels */
     NB_LM_LEAST_MATCHES = 3  /* fewer agreeing matches are none */
 };

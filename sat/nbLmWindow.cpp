@@ -26,7 +26,11 @@ constexpr Cut cuts[] = {{0, 1},    {0, 0.75}, {0, 0.55}, {0, 0.4}, {0, 0.28},
 // A peak of less correlation, or so near to the second one, is no match.
 constexpr float leastCorrelation = 0.55F;
 constexpr float mostSecond = 0.9F;
-constexpr int peakRadius = 2; // pixels around the peak that belong to it
+// Pixels around the peak that belong to it: the larger the template, the broader its peak.
+int peakRadius(int halfTemplate, int reach)
+{
+    return std::clamp(halfTemplate / 6, 2, std::max(reach / 2, 2));
+}
 
 // Terms of the fit: a plane (three), the land, and its change with either shift.
 constexpr std::size_t terms = 6;
@@ -175,9 +179,10 @@ NbLmPeak NbLmMatcher::peakOf() const
     const int y = at / shifts_;
     NbLmPeak peak{.x = x - shifts_ / 2, .y = y - shifts_ / 2};
     peak.correlation = surface_[static_cast<std::size_t>(at)];
+    const int radius = peakRadius(half_, shifts_ / 2);
     for (int dy = 0; dy < shifts_; ++dy)
         for (int dx = 0; dx < shifts_; ++dx)
-            if (std::abs(dx - x) > peakRadius || std::abs(dy - y) > peakRadius)
+            if (std::abs(dx - x) > radius || std::abs(dy - y) > radius)
                 peak.second =
                     std::max(peak.second, surface_[static_cast<std::size_t>(dy * shifts_ + dx)]);
     // At the border the true peak may lie beyond.

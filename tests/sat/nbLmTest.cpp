@@ -15,10 +15,12 @@
 #include "tests/synth/synthNoaa.h"
 #include "tests/synth/synthRdat.h"
 #include "tests/synth/synthVissr.h"
+#include "tools/map/shoreTiles.h"
 
 #include <array>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <numeric>
 
 namespace {
 
@@ -49,6 +51,8 @@ public:
         const std::string path = path_ + option;
         std::int16_t params[4];
         EXPECT_EQ(nbLmSetParam(path.c_str(), channel_, params), 0);
+        for (std::int16_t& param : params)
+            param = static_cast<std::int16_t>(halved ? param / 2 : param);
         Found found;
         found.matches = nbLmLandmark(params, path.c_str(), channel_, start.dPixel, start.dLine,
                                      map_.path().c_str(), lonBox.data(), latBox.data(),
@@ -59,6 +63,7 @@ public:
 
     std::array<double, 2> lonBox = {-9999, -9999};
     std::array<double, 2> latBox = {-9999, -9999};
+    bool halved = false; // all parameters
 
 private:
     TempDir dir_;
@@ -180,6 +185,22 @@ TEST(Landmark, OptionWordsAndBoxesOverTheDateLineAreTaken)
     EXPECT_NEAR(found.dPixel, -2.4, 0.2);
 }
 
+// The wider a template, the wider the peak of its correlation.
+TEST(Landmark, ImagesOfFinePixelsAreMatchedWithWholeAndHalvedParameters)
+{
+    LandmarkScene scene{.size = 1200, .km = 0.5, .offPixel = -3400, .offLine = -1500};
+    scene.dx = 9;
+    scene.dy = -12.5;
+    Landmarks landmarks;
+    for (const bool halved : {false, true}) {
+        landmarks.halved = halved;
+        const Found found = halved ? landmarks.findAgain() : landmarks.find(scene);
+        EXPECT_GE(found.matches, 12);
+        EXPECT_NEAR(found.dPixel, -9, 0.5) << halved; // the scene's land is known to 5 pixels
+        EXPECT_NEAR(found.dLine, 12.5, 0.5) << halved;
+    }
+}
+
 TEST(LandmarkParam, FollowsTheResolution)
 {
     struct Row {
@@ -206,6 +227,7 @@ TEST(Landmark, WhatMakesNoSearchIsRefused)
     const std::string image = dir / "image";
     const LandmarkMap map;
     writeText(dir / "text", "no map");
+    ShoreTiles(60).write(dir / "coarse", "no land");
     struct Row {
         std::array<std::int16_t, 4> params = {21, 12, 12, 6};
         std::string path;
@@ -221,6 +243,9 @@ TEST(Landmark, WhatMakesNoSearchIsRefused)
         {.path = image, .channel = 3, .mapPath = good, .says = "image: has no channel 3\n"},
         {.path = image, .mapPath = dir / "text", .says = "text: "},
         {.path = image, .mapPath = dir / "nomap", .says = "nomap: "},
+        {.path = image,
+         .mapPath = dir / "coarse",
+         .says = "coarse: shore map with tiles of 60 deg"},
         {.params = {12, 12, 12, 6}, .path = image, .mapPath = good, .says = "are no search\n"},
         {.params = {32767, 12, 12, 6}, .path = image, .mapPath = good, .says = "are no search\n"},
         {.params = {21, 12, 0, 6}, .path = image, .mapPath = good, .says = "are no search\n"},
@@ -248,6 +273,24 @@ TEST(Landmark, WhatMakesNoSearchIsRefused)
     space.coff = space.loff = 2000; // beside the disk
     space.write(dir / "space");
     EXPECT_EQ(nbLmSetParam((dir / "space").c_str(), 13, params), 3);
+}
+
+// Outlines that wind more than any coast would take memory and time without end.
+TEST(LandmarkDrawing, OfWhatIsNoCoastIsEmpty)
+{
+    const auto landOf = [](int strokes) {
+        NbLmOutline outline; // up and down across the square
+        for (int i = 0; i < strokes; ++i)
+            outline.points.push_back(
+                {static_cast<float>(40.0 * i / strokes - 20), i % 2 == 0 ? -40.0F : 40.0F});
+        outline.ends.push_back(outline.points.size());
+        std::vector<float> share;
+        NbLmRaster().draw(outline, 0, 0, 20, share);
+        EXPECT_EQ(share.size(), 41U * 41U);
+        return std::accumulate(share.begin(), share.end(), 0.0F);
+    };
+    EXPECT_GT(landOf(400), 100);
+    EXPECT_EQ(landOf(4000), 0);
 }
 
 // Where the sample of a place comes from when the file is shifted: this is what a found
