@@ -281,10 +281,14 @@ int makeChannelImage(NbSettings& settings, const Source& source, const std::stri
     makeTables(object, *elements, settings.nonlinear, image.levels);
     reportBadValues(settings, image.levels.output);
     if (settings.landmark && inputs.opened().size() == 1) {
-        const NbLandmarkResult found =
-            adjustByLandmark(object, inputs.nameOfFirst(), map, settings);
+        const std::string name = inputs.nameOfFirst();
+        const NbLandmarkResult found = adjustByLandmark(object, name, map, settings);
         if (found == NbLandmarkResult::NotFound) return NB_RUN_FAILED;
-        if (found == NbLandmarkResult::Matched) writeShiftFile(settings);
+        const auto& shiftName = settings.shiftName;
+        if (shiftName && isInputFile(shiftName->c_str(), settings.inputName, name))
+            complain("%s: the shift is not written over the input", shiftName->c_str());
+        else if (found == NbLandmarkResult::Matched)
+            writeShiftFile(settings);
     }
     for (NbSatObject& each : inputs.opened())
         AdjNavPara(&each, settings);

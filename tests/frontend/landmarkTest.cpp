@@ -64,6 +64,12 @@ TEST(LandmarkOption, FindsWritesAndAppliesTheShift)
     EXPECT_EQ(written, expected);
     ASSERT_EQ(std::sscanf(written.c_str(), "%f,%f", &offsetX, &offsetY), 2);
 
+    // No name of the input is a place for the shift.
+    const Bytes image = readFile(runs.dir / "image");
+    const ProgramResult own = runs.run({"-k", "-h=" + (runs.dir / "image")}, "own");
+    EXPECT_NE(own.err.find("the shift is not written over the input\n"), std::string::npos);
+    EXPECT_EQ(readFile(runs.dir / "image"), image);
+
     // The next run starts from the file, and both maps are the true one but for noise of the
     // ground, while the displaced one has its coasts elsewhere.
     runs.run({"-h=" + (runs.dir / "shift")}, "again");
