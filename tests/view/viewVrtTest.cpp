@@ -204,8 +204,8 @@ TEST_F(View, AWarpOfTheVrtFindsTheCellsThatPROJNames)
                 "STDYSIZ 60\nSTDXNUM 61\nSTDYNUM 61\n");
     ASSERT_EQ(view({"vrt", "-p=ps", "--setup", dir / "setup", path}).status, 0);
     const ProgramResult warp =
-        tool("gdalwarp", {"-q", "-t_srs", "EPSG:4326", "-te", "130", "30", "150", "50", "-ts", "20",
-                          "20", "-et", "0", path + ".vrt", dir / "warped.tif"});
+        tool("gdalwarp", {"-q", "-ot", "Float32", "-t_srs", "EPSG:4326", "-te", "130", "30", "150",
+                          "50", "-ts", "20", "20", "-et", "0", path + ".vrt", dir / "warped.tif"});
     ASSERT_EQ(warp.status, 0) << warp.err;
     // Centres of the warped pixels, of a polar stereographic map on the sphere (Snyder, 21-5).
     const GridFile file(path);
@@ -225,6 +225,7 @@ TEST_F(View, AWarpOfTheVrtFindsTheCellsThatPROJNames)
                           .out);
         ASSERT_EQ(got.size(), 2U);
         EXPECT_EQ(got[0], file.cells[cell]) << column << " " << row;
+        EXPECT_EQ(nbpToFloat(got[1]), file.table[static_cast<std::size_t>(file.cells[cell])]);
     }
 }
 

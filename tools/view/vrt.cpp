@@ -154,7 +154,8 @@ constexpr CommandSpec vrtCommand{
     "vrt",
     "FILE [OUT.vrt]",
     "A GDAL dataset over the file's own bytes: band 1 the levels, band 2 their physical values.\n"
-    "OUT.vrt is FILE.vrt when it is not given. GDAL looks for FILE beside it, by a relative path.",
+    "OUT.vrt is FILE.vrt when it is not given. GDAL looks for FILE beside it, by a relative path.\n"
+    "gdalwarp and gdal_translate into a GeoTIFF need -ot Float32: band 1 has whole numbers.",
     options,
     1,
     2,
