@@ -608,7 +608,7 @@ class NimbexGrid:
         if not self.is_grid:
             coords.update(x=("x", list(range(len(self.values[0])))),
                           y=("y", list(range(len(self.values)))))
-        about = {key: self.attrs[key] for key in ("units", "long_name")}
+        about = {key: self.attrs[key] for key in ("units", "long_name") if key in self.attrs}
         return xarray.Dataset({"value": (dims, self.values, about)}, coords=coords,
                               attrs={k: v for k, v in self.attrs.items() if k not in about})
 
@@ -617,7 +617,8 @@ def read_nimbex(path, map=None):
     """Reads a file that nimbex wrote, compressed (-z) or not, of any version.
 
     Gives an xarray.Dataset where xarray is installed, otherwise a NimbexGrid. The variable "value"
-    holds physical values: kelvin, or reflectances 0 to 1 (units "1"). Files of the grid projection
+    holds physical values: kelvin, or reflectances 0 to 1 (units "1"), by the word of the label; it
+    has no units when the word, cut off at 8 characters, may be either. Files of the grid projection
     bring the longitudes and latitudes of their cells, degrees; for other projections hand over the
     Map that the conversion used, or get columns and rows alone.
     """
@@ -649,10 +650,11 @@ def _parse(path, data, map):
          "the level table does not fit its block")
     need(256 + table_bytes + rows * row_bytes <= len(data), "the file is too short")
 
-    # Without a low level of 0 the block's marks lie over the first and the last entry.
+    # Without a low level of 0 the block's marks lie over the first and the last entry: these levels
+    # have no value.
     table = list(struct.unpack_from("<%df" % entries, data, 256 if low else 260))
-    if low and entries > 3:
-        table[0], table[-1] = table[1], table[-2]
+    if low:
+        table[0] = table[-1] = _NAN
     version = text(248, 4) or "1.0"
     full = 255 if size == 1 else 65535
     values_of = (table + [_NAN] * (full + 1 - entries))[:full + 1]
@@ -669,7 +671,7 @@ def _parse(path, data, map):
         names = ("attitude_0", "attitude_1", "attitude_2", "subsatellite_latitude",
                  "subsatellite_longitude", "satellite_distance_m")
         attrs.update((name, real(192 + 4 * i)) for i, name in enumerate(names))
-    attrs["long_name"], attrs["units"] = _quantity([v for v in table if v == v])
+    attrs.update(_quantity(attrs["label"]))
 
     lon = lat = None
     if is_grid:
@@ -684,13 +686,29 @@ def _parse(path, data, map):
     return NimbexGrid(values, levels, lon, lat, is_grid, attrs)
 
 
-def _quantity(known):
-    """What the values of a level table are: the file does not tell it, and cuts its label."""
-    if known and max(abs(v) for v in known) <= 2:  # reflectances end a little above 1
-        return "reflectance", "1"
-    if known and min(known) < 0:
-        return "temperature difference", "K"
-    return "brightness temperature", "K"
+# The words at the end of a label, in all three forms that a channel's name has.
+_QUANTITIES = [
+    ({"long_name": "reflectance", "units": "1"},
+     "V1 VIS1 B01 V2 VIS2 B02 VS VIS3 B03 N1 NIR1 B04 N2 NIR2 B05 N3 NIR3 B06 V3"),
+    ({"long_name": "brightness temperature", "units": "K"},
+     "I4 SWIR B07 WV WV1 B08 W2 WV2 B09 W3 WV3 B10 MI MWIR B11 O3 B12 IR LWIR1 B13 L2 LWIR2 B14 "
+     "I2 LWIR3 B15 CO CO2 B16"),
+    ({"long_name": "temperature difference", "units": "K"}, "SP S2 S3"),
+]
+
+
+def _quantity(label):
+    """What the values of a file are, by the word at the end of its label.
+
+    A label of 8 characters may have lost the end of its word: it is what all words are that begin
+    so. Without units when that is not one thing, or the word is unknown.
+    """
+    word = label.rpartition("-")[2]
+    for matches in (lambda w: w == word, lambda w: word and len(label) == 8 and w.startswith(word)):
+        found = [about for about, words in _QUANTITIES if any(map(matches, words.split()))]
+        if len(found) == 1:
+            return found[0]
+    return {"long_name": "value"}
 
 
 def _cells(data, start, rows, columns, row_bytes, size, values_of):

@@ -202,6 +202,19 @@ class NimbexFiles(unittest.TestCase):
         for (row, column), albedo in zip(CELLS, ALBEDO):
             self.assertLess(abs(float(values[row][column]) - albedo), 0.001)
 
+    def test_label_tells_the_units_and_a_level_under_a_mark_has_no_value(self):
+        whole = bytearray(self.convert("-b=8").read_bytes())
+        whole[256 + 1024 + 4] = 255  # the first cell; the block's mark lies over this level's entry
+        patched = self.folder / "patched.nbx"
+        # The last two have lost the end of their word: NIR1 to NIR3, and any of B01 to B09.
+        for label, units in ((b"V2      ", "1"), (b"GOES-S2 ", "K"), (b"MTSAT-NI", "1"),
+                             (b"MTSAT-B0", None)):
+            whole[4:12] = label
+            patched.write_bytes(whole)
+            values, _, _, attrs = self.parts(nimbl.read_nimbex(patched))
+            self.assertEqual(attrs.get("units"), units, label)
+            self.assertTrue(math.isnan(values[0][0]))
+
     def test_other_projection_takes_its_places_from_the_map(self):
         self.setup.write_text("STDXSIZ 60\nSTDYSIZ 60\nPRJCLON 140\nBITLEN 8\n")
         out = self.convert("-v", "-p=ps")
