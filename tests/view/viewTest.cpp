@@ -229,6 +229,13 @@ TEST_F(View, DamagedFilesAreRefused)
             }
         }
     }
+    // The least number there is, in a field of which the size is told.
+    Bytes bytes = readFile(convert("out", {"-p=grid", "-b=8", "-v"}));
+    const std::uint32_t least = 0x80000000U;
+    std::memcpy(&bytes[92], &least, 4);
+    writeFile(dir / "bad", bytes);
+    EXPECT_NE(view({"info", dir / "bad"}).out.find("source       2147483648 x "),
+              std::string::npos);
 }
 
 TEST(ViewQuantity, FollowsTheWordOfTheLabel)

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <stdexcept>
 
@@ -24,7 +25,10 @@ constexpr float noValue = std::numeric_limits<float>::quiet_NaN();
 std::vector<std::byte> readWhole(const std::string& path)
 {
     const NbFilePtr file = nbpFileOpenRead(path.c_str());
-    if (!file) fail("cannot be opened for reading");
+    std::error_code none;
+    if (!file)
+        fail(std::filesystem::is_fifo(path, none) ? "is a pipe; a file is expected"
+                                                  : "cannot be opened for reading");
     const std::int64_t size = nbpFileSize(file.get());
     if (size < 0) fail("is not a file of known size");
     std::vector<std::byte> bytes(static_cast<std::size_t>(size));

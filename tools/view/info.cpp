@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 
 namespace nbView {
 namespace {
@@ -82,8 +83,9 @@ void printText(const GridFile& grid)
     if (grid.isGrid) {
         print("map", "latitude-longitude grid, " + size + " of " + text(grid.stepX) + " x " +
                          text(grid.stepY) + " degrees");
-        print("source", format("%d x %d pixels of the image", std::abs(grid.imageWidth),
-                               std::abs(grid.imageHeight)));
+        const auto extent = [](int pixels) { return std::to_string(std::llabs(pixels)); };
+        print("source",
+              extent(grid.imageWidth) + " x " + extent(grid.imageHeight) + " pixels of the image");
     } else {
         print("map", size + "; the projection is not in the file");
     }

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 
 namespace nbView {
@@ -170,26 +171,32 @@ void Overlay::addLine(const std::vector<Place>& line)
     addLine(line, "");
 }
 
-// A label stands where the line crosses a line a little inside the left or lower edge.
+// A label stands where the line crosses a line a little inside the left or lower edge, or else the
+// middle of the picture: a disk's lines end at its limb.
 void Overlay::addLine(const std::vector<Place>& line, const std::string& label)
 {
     cairo_t* const cairo = canvas_.cairo();
     const bool meridian = line.size() > 1 && line[0].lon == line[1].lon;
     const double edge = meridian ? height_ - 4 * lineWidth_ : 4 * lineWidth_;
-    bool labelled = label.empty();
+    const double middle = (meridian ? height_ : width_) / 2.0;
+    std::optional<Label> atEdge, inMiddle;
+    const auto cross = [&](Pixel a, Pixel b, double where, std::optional<Label>& out) {
+        const double from = (meridian ? a.y : a.x) - where, to = (meridian ? b.y : b.x) - where;
+        if (out || (from < 0) == (to < 0)) return;
+        const double share = from / (from - to);
+        out = Label{label, a.x + share * (b.x - a.x), a.y + share * (b.y - a.y),
+                    meridian ? 0.5 : 0.0};
+    };
     for (const std::vector<Pixel>& part : partsOf(line)) {
         for (std::size_t i = 0; i < part.size(); ++i) {
             (i == 0 ? cairo_move_to : cairo_line_to)(cairo, part[i].x, part[i].y);
-            if (i == 0 || labelled) continue;
-            const Pixel a = part[i - 1], b = part[i];
-            const double from = (meridian ? a.y : a.x) - edge, to = (meridian ? b.y : b.x) - edge;
-            if ((from < 0) == (to < 0)) continue;
-            const double share = from / (from - to);
-            const double x = a.x + share * (b.x - a.x), y = a.y + share * (b.y - a.y);
-            labels_.push_back({label, x, y, meridian ? 0.5 : 0.0});
-            labelled = true;
+            if (i == 0 || label.empty()) continue;
+            cross(part[i - 1], part[i], edge, atEdge);
+            cross(part[i - 1], part[i], middle, inMiddle);
         }
     }
+    if (!atEdge) atEdge = inMiddle;
+    if (atEdge) labels_.push_back(*atEdge);
 }
 
 // The lines added so far, bright on a dark edge: they show on cloud and on sea.
@@ -234,13 +241,24 @@ void Overlay::drawLabels()
     cairo_select_font_face(cairo, "sans-serif", CAIRO_FONT_SLANT_NORMAL, CAIRO_FONT_WEIGHT_BOLD);
     cairo_set_font_size(cairo, size);
     if (width_ < 200) labels_.clear(); // no room for them
+    struct Box {
+        double x, y, width; // from the lower left
+    };
+    std::vector<Box> drawn;
     for (const Label& label : labels_) {
         cairo_text_extents_t extents;
         cairo_text_extents(cairo, label.text.c_str(), &extents);
-        const double x = label.x - label.anchor * extents.x_advance;
+        const double width = extents.x_advance;
+        const double x = label.x - label.anchor * width;
         const double y = label.y - 0.35 * size;
-        // Not where it would be cut off.
-        if (x < 0 || x + extents.x_advance > width_ || y - size < 0 || y > height_) continue;
+        const auto overlaps = [&](const Box& other) {
+            return x < other.x + other.width && other.x < x + width &&
+                   std::fabs(y - other.y) < size;
+        };
+        // Not where it would be cut off, nor over another.
+        if (x < 0 || x + width > width_ || y - size < 0 || y > height_) continue;
+        if (std::ranges::any_of(drawn, overlaps)) continue;
+        drawn.push_back({x, y, width});
         cairo_move_to(cairo, x, y);
         cairo_text_path(cairo, label.text.c_str());
     }

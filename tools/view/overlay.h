@@ -17,7 +17,7 @@ public:
     Overlay(const MapGeometry& geometry, const GridFile& grid, CellScale scale, Canvas& canvas);
 
     // Meridians and parallels every `spacing` degrees, with their degrees where they leave the
-    // picture at its left and lower edge.
+    // picture at its left and lower edge, or in its middle; no label lies over another.
     void net(double spacing);
     // Shores from a map file. Throws std::runtime_error when it is no whole map.
     void coast(const std::string& mapFile);

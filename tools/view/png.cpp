@@ -30,8 +30,10 @@ Range rangeOf(const std::optional<std::string>& given, const Meaning& meaning, c
     if (cells.valid == 0) return {0, 1};
     if (meaning.quantity == Quantity::Difference) {
         // As far to both sides, so that white is no difference; rare extremes do not count.
-        const double reach = std::max(1.0, std::ceil(std::fabs(cells.mean) + 3 * cells.deviation));
-        return {-reach, reach};
+        const double reach = std::min(std::fabs(cells.mean) + 3 * cells.deviation,
+                                      std::max(std::fabs(cells.least), std::fabs(cells.most)));
+        const double kelvin = std::max(1.0, std::ceil(reach));
+        return {-kelvin, kelvin};
     }
     return cells.least < cells.most ? Range{cells.least, cells.most}
                                     : Range{cells.least - 1, cells.least + 1};

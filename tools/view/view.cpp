@@ -7,6 +7,7 @@
 #include <array>
 #include <cstdio>
 #include <new>
+#include <string_view>
 
 namespace nbView {
 namespace {
@@ -29,7 +30,7 @@ std::string help()
 
 bool asksForHelp(std::span<const char* const> arguments)
 {
-    return std::ranges::any_of(arguments, [](const std::string argument) {
+    return std::ranges::any_of(arguments, [](std::string_view argument) {
         return argument == "--help" || argument == "-h";
     });
 }
