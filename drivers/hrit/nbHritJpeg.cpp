@@ -1,9 +1,12 @@
 #include "drivers/hrit/nbHritJpeg.h"
 
+#include "util/nbHeldSignals.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <string_view>
@@ -88,8 +91,10 @@ void limit(decltype(RLIMIT_CORE) what, rlim_t most)
 }
 
 // Runs "tool -d stem" with its streams closed up and gives whether it ended well. The arguments
-// pass no shell, so no character of them can mean anything else.
-bool run(const std::string& tool, const std::string& stem, std::int64_t mostBytes)
+// pass no shell, so no character of them can mean anything else. When the program is to end, the
+// decoder ends too, with all that it has started.
+bool run(const std::string& tool, const std::string& stem, std::int64_t mostBytes,
+         const NbHeldSignals& held)
 {
     std::string program = tool;
     std::string flag = "-d";
@@ -101,6 +106,8 @@ bool run(const std::string& tool, const std::string& stem, std::int64_t mostByte
         const int null = open("/dev/null", O_RDWR);
         for (const int stream : {0, 1, 2})
             dup2(null, stream);
+        setpgid(0, 0);
+        held.release();
         // The decoder ends where it breaks a limit, also when its parent ignores that signal.
         std::signal(SIGXFSZ, SIG_DFL);
         std::signal(SIGPIPE, SIG_DFL);
@@ -110,11 +117,15 @@ bool run(const std::string& tool, const std::string& stem, std::int64_t mostByte
         execv(program.c_str(), arguments);
         _exit(127);
     }
+    setpgid(child, child); // whichever of the two comes first
+    // A decoder takes a hundred of these.
+    constexpr timespec tick = {.tv_sec = 0, .tv_nsec = 1000000};
     int status = 0;
     pid_t ended = 0;
-    do
-        ended = waitpid(child, &status, 0);
-    while (ended < 0 && errno == EINTR);
+    while ((ended = waitpid(child, &status, WNOHANG)) == 0 || (ended < 0 && errno == EINTR)) {
+        if (held.cameAny()) kill(-child, SIGKILL);
+        nanosleep(&tick, nullptr);
+    }
     return ended == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
@@ -135,11 +146,12 @@ std::string nbpHritJpegTool()
 
 NbFilePtr nbpHritJpegDecode(const std::string& tool, std::FILE* in, std::int64_t size)
 {
+    const NbHeldSignals held; // so that the directory goes before the program does
     const RunDirectory directory;
     if (!directory.made()) return nullptr;
     const std::string stem = directory.stem();
     if (!copyRest(in, stem + ".jpg")) return nullptr;
-    if (!run(tool, stem, 2 * size + spareBytes)) return nullptr;
+    if (!run(tool, stem, 2 * size + spareBytes, held)) return nullptr;
     // The stream keeps the image when its name goes with the directory.
     NbFilePtr out = nbpFileOpenRead((stem + ".jpg.0").c_str(), false);
     if (!out || nbpFileSize(out.get()) < size) return nullptr;

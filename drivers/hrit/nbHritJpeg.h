@@ -17,5 +17,5 @@ std::string nbpHritJpegTool();
 
 // Decodes what is left of a stream and gives the image as a file that goes with its stream; null
 // when the decoder fails or leaves fewer than `size` bytes. No file stays behind, whatever the
-// decoder does.
+// decoder does, and when the program is interrupted meanwhile.
 NbFilePtr nbpHritJpegDecode(const std::string& tool, std::FILE* in, std::int64_t size);

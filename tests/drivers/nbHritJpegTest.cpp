@@ -150,6 +150,20 @@ TEST(HritJpeg, DecodersThatFailRefuseTheFileAndLeaveNothing)
     }
 }
 
+// The decoder's own children end too: nobody waits for the minute.
+TEST(HritJpeg, AProgramInterruptedMeanwhileEndsWithTheDecoderAndLeavesNothing)
+{
+    Sandbox sandbox;
+    const Decoder decoder("kill -TERM $PPID; sleep 60; :");
+    sandbox.set("NB_HRIT_JPEG_DECODER", decoder.path());
+    const TempDir directory;
+    writeFile(directory / "segment", compressed({std::byte{1}}).bytes());
+    const ProgramResult run =
+        runProgram(NIMBEX_PROGRAM, {"-c=0", directory / "segment", directory / "out"});
+    EXPECT_EQ(run.status, 128 + 15) << run.err;
+    EXPECT_EQ(run.err, "");
+}
+
 TEST(HritJpeg, AnImageThatIsCutOffIsRefusedThoughItsFileIsWhole)
 {
     Sandbox sandbox;
