@@ -1,6 +1,7 @@
 #include "frontend/outputFile.h"
 
 #include "frontend/recover.h"
+#include "util/nbHeldSignals.h"
 
 #include <array>
 #include <atomic>
@@ -15,38 +16,34 @@
 
 namespace {
 
-// The unfinished file, for the signal handler, which may look at nothing else.
+// The unfinished file beside its place, and one that is written in its place, for the signal
+// handler, which may look at nothing else.
 std::atomic<const char*> unfinished = nullptr;
+std::atomic<const char*> direct = nullptr;
 static_assert(std::atomic<const char*>::is_always_lock_free);
-
-// What ends a batch by the user's or the system's wish.
-constexpr int endings[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU};
 
 // In force for one signal: raised again, it ends the process as ever.
 void onEnding(int signal)
 {
     if (const char* const path = unfinished) unlink(path);
+    if (const char* const path = direct) static_cast<void>(open(path, O_WRONLY | O_TRUNC));
     raise(signal);
 }
 
-// From here on `path` goes with the process. The handlers stay: without a path they do nothing.
-void watch(const char* path)
+// From here on the file goes, or is emptied, with the process. The handlers stay: without a path
+// they do nothing.
+void watch(std::atomic<const char*>& which, const char* path)
 {
-    unfinished = path;
+    which = path;
     struct sigaction action {};
     action.sa_handler = onEnding;
     action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-    for (const int signal : endings) {
+    for (const int signal : nbpEndings) {
         struct sigaction old {};
         // One that is ignored, as under nohup, stays so.
         if (sigaction(signal, nullptr, &old) == 0 && old.sa_handler == SIG_DFL)
             sigaction(signal, &action, nullptr);
     }
-}
-
-void unwatch()
-{
-    unfinished = nullptr;
 }
 
 std::string folderOf(const std::string& path)
@@ -68,7 +65,7 @@ std::string followLinks(std::string path)
         const ssize_t length = readlink(path.c_str(), target.data(), target.size());
         if (length <= 0) return {};
         const std::string next(target.data(), static_cast<std::size_t>(length));
-        path = next.starts_with('/') ? next : folderOf(path) + next;
+        path = next.starts_with('/') ? next : folderOf(path).append(next);
     }
     return {};
 }
@@ -105,12 +102,13 @@ bool NbOutputFile::openBeside(const std::string& folder, unsigned mode)
     for (int i = 0; i < mostNames; ++i) {
         std::string name = folder + ".nimbex-" + std::to_string(getpid());
         if (i > 0) name.append("-").append(std::to_string(i));
+        const NbHeldSignals held; // until the file is watched
         const int descriptor =
             ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode_t{mode});
         if (descriptor < 0 && errno == EEXIST) continue;
         if (descriptor < 0) return false;
         beside_ = std::move(name);
-        watch(beside_.c_str());
+        watch(unfinished, beside_.c_str());
         file_.reset(fdopen(descriptor, "wb"));
         if (!file_) {
             const int error = errno;
@@ -132,6 +130,7 @@ bool NbOutputFile::openDirectly()
     if (!file_) return false;
     struct stat opened {};
     isRegular_ = isDirect_ = fstat(fileno(file_.get()), &opened) == 0 && S_ISREG(opened.st_mode);
+    if (isDirect_) watch(direct, path_.c_str());
     std::setvbuf(file_.get(), buffer_.data(), _IOFBF, buffer_.size());
     return true;
 }
@@ -161,6 +160,7 @@ int NbOutputFile::finish()
     if (!beside_.empty() && replaces_) inherit();
     if (std::fclose(file_.release()) != 0)
         return fail(NB_RUN_CLOSE, "cannot close the output file");
+    direct = nullptr;
     isDirect_ = false;
     if (beside_.empty()) return NB_RUN_COMPLETE;
     if (std::rename(beside_.c_str(), place_.c_str()) != 0) {
@@ -169,7 +169,7 @@ int NbOutputFile::finish()
             return fail(NB_RUN_OUTPUT_OPEN, "the output file cannot take its name");
         return copyToPlace();
     }
-    unwatch();
+    unfinished = nullptr;
     beside_.clear();
     return NB_RUN_COMPLETE;
 }
@@ -180,6 +180,7 @@ int NbOutputFile::copyToPlace()
     if (from) file_.reset(std::fopen(path_.c_str(), "wbe"));
     if (!file_) return fail(NB_RUN_OUTPUT_OPEN, "the output file cannot be replaced");
     isDirect_ = true;
+    watch(direct, path_.c_str());
     for (std::size_t n; (n = std::fread(buffer_.data(), 1, buffer_.size(), from.get())) > 0;) {
         if (std::fwrite(buffer_.data(), 1, n, file_.get()) != n)
             return fail(NB_RUN_SHORT_WRITE, "cannot write the output file");
@@ -188,6 +189,7 @@ int NbOutputFile::copyToPlace()
         return fail(NB_RUN_SHORT_WRITE, "cannot write the output file");
     if (std::fclose(file_.release()) != 0)
         return fail(NB_RUN_CLOSE, "cannot close the output file");
+    direct = nullptr;
     isDirect_ = false;
     discard();
     return NB_RUN_COMPLETE;
@@ -208,8 +210,9 @@ void NbOutputFile::discard()
 {
     file_.reset(); // may still write
     isDirect_ = isDirect_ && truncate(path_.c_str(), 0) != 0;
+    direct = nullptr;
     if (beside_.empty()) return;
     unlink(beside_.c_str());
-    unwatch();
+    unfinished = nullptr;
     beside_.clear();
 }

@@ -4,19 +4,19 @@
  *
  * A regular file is written beside its place, as ".nimbex-" and the number of the process, and
  * takes its name when it is complete. Until then, and for good when the run fails or is killed,
- * the name leads to what it led to before. Only a kill that no process can catch leaves the
- * unfinished file lying there.
+ * the name leads to what it led to before. Only a kill that no process can catch, or a crash,
+ * leaves the unfinished file lying there.
  *
  * The file replaced hands on its mode, and its owner and group where the system allows that. A
  * symbolic link stays and its target is replaced, or made. Further hard links keep the old file.
  *
  * Written directly, as there is no other way: what is no regular file (pipes, devices), a
- * descriptor by name (/dev/stdout), and a file that may be written but not replaced, because of
- * its folder or because it is mounted by itself. A regular file so written is emptied when the run
- * fails.
+ * descriptor by name (/dev/stdout; a file behind it is emptied first, also one to be appended to),
+ * and a file that may be written but not replaced, because of its folder or because it is mounted
+ * by itself. A regular file so written is emptied when the run fails or is interrupted.
  *
- * Nothing is synchronised with the disk. That would take several times as long as the run of a
- * small map, and guards only against a failure of the machine, after which a batch is run again.
+ * Nothing is synchronised with the disk. That guards only against a failure of the machine, after
+ * which a batch is run again.
  */
 #include "util/nbFile.h"
 
@@ -53,7 +53,7 @@ public:
     int fail(int code, const char* what);
 
 private:
-    bool openBeside(const std::string& place, unsigned mode);
+    bool openBeside(const std::string& folder, unsigned mode);
     bool openDirectly();
     void inherit();
     int copyToPlace();

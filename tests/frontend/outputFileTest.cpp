@@ -4,6 +4,7 @@
 #include "tests/frontend/hisdDisk.h"
 
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -172,7 +173,7 @@ TEST_F(OutputFile, AnUnwritableFolderMeansTheFileItselfAndAProtectedFileIsRefuse
 TEST_F(OutputFile, ASignalTakesTheUnfinishedFileAlongAndOneIgnoredStaysIgnored)
 {
     writeText(dir / "out/a", "before");
-    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU, SIGKILL}) {
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU, SIGUSR1, SIGKILL}) {
         const pid_t child = fork();
         if (child == 0) {
             std::signal(SIGHUP, SIG_DFL); // the test itself may run under nohup
@@ -185,6 +186,21 @@ TEST_F(OutputFile, ASignalTakesTheUnfinishedFileAlongAndOneIgnoredStaysIgnored)
         EXPECT_EQ(text("out/a"), "before") << signal;
         EXPECT_TRUE(names() == "a " || signal == SIGKILL) << names();
     }
+    // In its place, what is there could be taken for a result.
+    const pid_t child = fork();
+    if (child == 0) {
+        const int descriptor = open((dir / "out/a").c_str(), O_WRONLY);
+        NbOutputFile out;
+        out.open("/dev/fd/" + std::to_string(descriptor));
+        std::fputs("new", out.stream());
+        std::fflush(out.stream());
+        raise(SIGTERM);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status;
+    EXPECT_EQ(text("out/a"), "");
+
     const auto before = std::signal(SIGHUP, SIG_IGN);
     EXPECT_EQ(write("out/a", [] { raise(SIGHUP); }), 0);
     std::signal(SIGHUP, before);
