@@ -97,8 +97,9 @@ NbLmSurroundings::NbLmSurroundings(const NbLmView& view, int pixel, int line, in
     std::array<double, count> lon, lat;
     for (int i = 0; i < count; ++i) {
         const auto at = static_cast<std::size_t>(i);
+        const int row = i / side - 2;
         p[at] = nbpToFloat(pixel + half * (i % side - 2) / 2.0);
-        l[at] = nbpToFloat(line + half * (i / side - 2) / 2.0);
+        l[at] = nbpToFloat(line + half * row / 2.0);
     }
     const std::array<float, count> pAsked = p, lAsked = l;
     view.toEarth(p, l, lon, lat);
@@ -210,7 +211,7 @@ void NbLmSurroundings::addRing(std::span<const NbShorePoint> ring, NbLmOutline& 
         const double dLat = point.lat - last.lat;
         const double length = std::max(std::fabs(dLon), std::fabs(dLat));
         const double pieces = ring_.size() < mostRingPoints ? std::ceil(length / longestEdge) : 1;
-        for (double i = 1; i < pieces; ++i)
+        for (int i = 1; i < pieces; ++i)
             ring_.push_back(flat(last.lon + dLon * i / pieces, last.lat + dLat * i / pieces));
         ring_.push_back(flat(point.lon, point.lat));
         last = point;

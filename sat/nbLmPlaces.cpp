@@ -55,7 +55,7 @@ bool inBox(const NbLmSearch& search, double lon, double lat)
 // The tiles that an image may show, by rows.
 class Tiles {
 public:
-    Tiles(const NbShoreMap& map) : map_(map), seen_(count(map), 0) {}
+    explicit Tiles(const NbShoreMap& map) : map_(map), seen_(count(map), 0) {}
 
     void see(double lon, double lat)
     {
@@ -289,7 +289,8 @@ std::vector<NbLmPlace> spread(const std::vector<ShapeMap::Peak>& peaks, const Nb
 {
     const int margin = search.halfWindow + 1;
     std::vector<NbLmPlace> places;
-    for (double spacing = search.spacing;; spacing *= 1.15) {
+    double spacing = search.spacing;
+    for (;;) {
         places.clear();
         for (const auto& peak : peaks) {
             if (peak.pixel < margin || peak.line < margin ||
@@ -303,6 +304,7 @@ std::vector<NbLmPlace> spread(const std::vector<ShapeMap::Peak>& peaks, const Nb
             if (places.size() > most) break;
         }
         if (places.size() <= most) return places;
+        spacing *= 1.15;
     }
 }
 

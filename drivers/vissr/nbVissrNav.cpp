@@ -366,7 +366,7 @@ private:
     double tanTilt_;
     // Of the last point: along a row of many maps both stay.
     Parallel parallel_;
-    Moment start_; // its first round
+    Moment start_ = {}; // its first round
 };
 
 // Channel whose parameters navigate an infrared channel: the digit at its place.

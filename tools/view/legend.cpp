@@ -72,7 +72,8 @@ void drawLegend(const Legend& legend, int top, Canvas& canvas)
     // The bar, one column of pixels at a time.
     const double left = std::round(1.6 * size), right = std::round(width - 1.6 * size);
     const double barTop = std::round(top + 1.9 * size), barHeight = std::round(size);
-    for (double x = left; x < right; ++x) {
+    for (int i = 0; i < right - left; ++i) {
+        const double x = left + i;
         const Colour c =
             colourAt(legend.palette, (x + 0.5 - left) / (right - left), legend.quantity);
         cairo_set_source_rgb(cairo, c.red, c.green, c.blue);

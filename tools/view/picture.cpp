@@ -26,6 +26,7 @@ void reduce(const GridFile& grid, std::span<const std::uint32_t> colours, CellSc
         std::uint64_t cells = 0;
     };
     std::vector<std::size_t> pixelOf; // of a column
+    pixelOf.reserve(static_cast<std::size_t>(grid.columns));
     for (int column = 0; column < grid.columns; ++column)
         pixelOf.push_back(static_cast<std::size_t>(scale.pixelOf(column)));
     std::vector<Sum> sums(pixelOf.back() + 1);
