@@ -284,11 +284,13 @@ int makeChannelImage(NbSettings& settings, const Source& source, const std::stri
         const std::string name = inputs.nameOfFirst();
         const NbLandmarkResult found = adjustByLandmark(object, name, map, settings);
         if (found == NbLandmarkResult::NotFound) return NB_RUN_FAILED;
-        const auto& shiftName = settings.shiftName;
-        if (shiftName && isInputFile(shiftName->c_str(), settings.inputName, name))
-            complain("%s: the shift is not written over the input", shiftName->c_str());
-        else if (found == NbLandmarkResult::Matched)
-            writeShiftFile(settings);
+        if (found == NbLandmarkResult::Matched) {
+            const auto& shiftName = settings.shiftName;
+            if (shiftName && isInputFile(shiftName->c_str(), settings.inputName, name))
+                complain("%s: the shift is not written over the input", shiftName->c_str());
+            else
+                writeShiftFile(settings);
+        }
     }
     for (NbSatObject& each : inputs.opened())
         AdjNavPara(&each, settings);
