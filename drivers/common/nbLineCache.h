@@ -5,9 +5,11 @@
  */
 #include "util/nbUtlMalloc.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 class NbLineCache {
@@ -15,9 +17,13 @@ public:
     // Empties the cache and gives it a size. Throws when memory is out.
     void reset(int lines, int columns)
     {
-        owned_.clear();
         view_.assign(static_cast<std::size_t>(lines), nullptr);
-        owned_.resize(static_cast<std::size_t>(lines));
+        owned_.assign(static_cast<std::size_t>(lines), nullptr);
+        pieces_.clear();
+        pieces_.reserve(static_cast<std::size_t>(lines)); // add throws nothing
+        next_ = nullptr;
+        room_ = 0;
+        made_ = 0;
         state_.assign(static_cast<std::size_t>(lines), 0);
         zeros_.assign(static_cast<std::size_t>(columns), 0);
     }
@@ -36,9 +42,13 @@ public:
     std::uint16_t* add(int n, const char* caller)
     {
         const auto i = static_cast<std::size_t>(n);
-        const std::size_t size = zeros_.size() * sizeof(std::uint16_t);
-        if (!owned_[i]) owned_[i].reset(static_cast<std::uint16_t*>(nbUtlMalloc(size, caller)));
-        view_[i] = owned_[i].get();
+        if (owned_[i] == nullptr) {
+            if (room_ == 0 && !addPiece(caller)) return nullptr;
+            owned_[i] = next_;
+            next_ += zeros_.size();
+            --room_;
+        }
+        view_[i] = owned_[i];
         return view_[i];
     }
 
@@ -46,16 +56,51 @@ public:
     // more than its own size; nobody may write to it.
     void useZeros(int n)
     {
-        owned_[static_cast<std::size_t>(n)].reset();
-        view_[static_cast<std::size_t>(n)] = zeros_.data();
+        const auto i = static_cast<std::size_t>(n);
+        if (owned_[i] != nullptr && owned_[i] + zeros_.size() == next_) {
+            next_ = owned_[i]; // the room that was added last goes back
+            ++room_;
+            owned_[i] = nullptr;
+        }
+        view_[i] = zeros_.data();
     }
 
 private:
     struct Free {
         void operator()(std::uint16_t* p) const noexcept { nbUtlFree(p); }
     };
+    using Piece = std::unique_ptr<std::uint16_t[], Free>;
+#ifdef NIMBEX_CHECKED
+    static constexpr bool apart = true;
+#else
+    static constexpr bool apart = false;
+#endif
+
+    // Lines lie together in pieces, each as large as all before it: the system gives memory in
+    // large pages then, and a few lines of an image still take little. A build with checks keeps
+    // each line apart, so that a step over its end is seen.
+    bool addPiece(const char* caller)
+    {
+        constexpr std::size_t smallest = std::size_t{1} << 20; // bytes
+        const std::size_t size = zeros_.size() * sizeof(std::uint16_t);
+        // A line takes one place and keeps it, so there are no more places than lines.
+        const std::size_t wanted = apart ? 1 : std::max(made_, smallest / size);
+        const std::size_t lines = std::clamp<std::size_t>(wanted, 1, owned_.size() - made_);
+        Piece piece(static_cast<std::uint16_t*>(nbUtlMalloc(lines * size, caller)));
+        if (!piece) return false;
+        next_ = piece.get();
+        pieces_.push_back(std::move(piece));
+        room_ = lines;
+        made_ += lines;
+        return true;
+    }
+
     std::vector<std::uint16_t*> view_;
-    std::vector<std::unique_ptr<std::uint16_t[], Free>> owned_;
+    std::vector<std::uint16_t*> owned_;
+    std::vector<Piece> pieces_;
+    std::uint16_t* next_ = nullptr; // room for the next line
+    std::size_t room_ = 0;          // lines that fit there
+    std::size_t made_ = 0;          // lines that all pieces hold
     std::vector<std::uint8_t> state_;
     std::vector<std::uint16_t> zeros_;
 };
