@@ -1,31 +1,27 @@
 #include "geo/nbVector.h"
 
+#include "geo/nbVec3.h"
+
 #include <cmath>
 
 void nbVectorUnit(const double* a, double* out)
 {
-    const double length = nbVectorMag(a);
-    out[0] = a[0] / length;
-    out[1] = a[1] / length;
-    out[2] = a[2] / length;
+    nbpPut(nbpUnit(nbpVec3(a)), out);
 }
 
 void nbVectorOuterProduct(const double* a, const double* b, double* out)
 {
-    out[0] = a[1] * b[2] - a[2] * b[1];
-    out[1] = a[2] * b[0] - a[0] * b[2];
-    out[2] = a[0] * b[1] - a[1] * b[0];
+    nbpPut(nbpOuter(nbpVec3(a), nbpVec3(b)), out);
 }
 
 void nbVectorOuterProductUnit(const double* a, const double* b, double* out)
 {
-    nbVectorOuterProduct(a, b, out);
-    nbVectorUnit(out, out);
+    nbpPut(nbpUnit(nbpOuter(nbpVec3(a), nbpVec3(b))), out);
 }
 
 double nbVectorInnerProduct(const double* a, const double* b)
 {
-    return a[0] * b[0] + a[1] * b[1] + a[2] * b[2];
+    return nbpInner(nbpVec3(a), nbpVec3(b));
 }
 
 double nbVectorMag(const double* a)
@@ -35,18 +31,12 @@ double nbVectorMag(const double* a)
 
 double nbVectorMag2(const double* a)
 {
-    return a[0] * a[0] + a[1] * a[1] + a[2] * a[2];
+    return nbpInner(nbpVec3(a), nbpVec3(a));
 }
 
 double nbVectorAngle(const double* a, const double* b)
 {
-    const double product = nbVectorInnerProduct(a, b);
-    const double lengths = std::sqrt(nbVectorMag2(a) * nbVectorMag2(b));
-    const double cosine = product / lengths;
-    // Deliberate: only the upper side is limited. Opposite vectors whose quotient is rounded below
-    // -1 give not-a-number, and zero vectors 0; limited on both sides they would give pi and, in
-    // the navigation, a position where there is none.
-    return cosine <= 1 ? std::acos(cosine) : 0.0;
+    return nbpAngleOfCosine(nbpCosine(nbpVec3(a), nbpVec3(b)));
 }
 
 double nbVectorAzimuthAngle(const double* a, const double* axis, const double* ref)

@@ -4,10 +4,11 @@
  * u, with C the direction of the scan's centre: the sun's direction turned around u by an angle
  * that the file has. Lengths are metres and frames earth-fixed unless said otherwise.
  */
+#include "drivers/common/nbInGroups.h"
 #include "drivers/common/nbWrapLon.h"
 #include "drivers/vissr/nbVissrFile.h"
 #include "geo/nbAstroUtl.h"
-#include "geo/nbVector.h"
+#include "geo/nbVec3.h"
 #include "sat/nbNavInfo.h"
 #include "util/nbLogFormat.h"
 #include "util/nbNumber.h"
@@ -64,14 +65,13 @@ Interval intervalAt(const Table& table, double mjd)
     return {};
 }
 
-void between(const double a[3], const double b[3], double f, double out[3])
-{
-    for (int k = 0; k < 3; ++k)
-        out[k] = a[k] + (b[k] - a[k]) * f;
-}
 double between(double a, double b, double f)
 {
     return a + (b - a) * f;
+}
+NbVec3 between(const double a[3], const double b[3], double f)
+{
+    return {between(a[0], b[0], f), between(a[1], b[1], f), between(a[2], b[2], f)};
 }
 double betweenAngles(double a, double b, double f, double half)
 {
@@ -79,31 +79,25 @@ double betweenAngles(double a, double b, double f, double half)
 }
 
 // Coordinates in a frame that is turned around an axis, angles in radian.
-void turnZ(double angle, double v[3])
+void turnZ(double angle, NbVec3* v)
 {
     const double c = std::cos(angle);
     const double s = std::sin(angle);
-    const double x = v[0] * c + v[1] * s;
-    const double y = v[1] * c - v[0] * s;
-    v[0] = x;
-    v[1] = y;
+    *v = {v->x * c + v->y * s, v->y * c - v->x * s, v->z};
 }
-void turnX(double angle, double v[3])
+void turnX(double angle, NbVec3* v)
 {
     const double c = std::cos(angle);
     const double s = std::sin(angle);
-    const double y = v[1] * c + v[2] * s;
-    const double z = v[2] * c - v[1] * s;
-    v[1] = y;
-    v[2] = z;
+    *v = {v->x, v->y * c + v->z * s, v->z * c - v->y * s};
 }
 
 // What the file tells of the satellite at a time.
 struct State {
-    double position[3];
-    double spin[3]; // unit vector of u
-    double sun[3];  // unit vector
-    double angle;   // of C from the sun around u, radian
+    NbVec3 position;
+    NbVec3 spin;      // along u, of any length
+    NbVec3 sun;       // unit vector
+    double angle = 0; // of C from the sun around u, radian
 };
 
 enum StateResult { stateGood = 0, noOrbit = 1, noAttitude = 2 };
@@ -119,60 +113,128 @@ StateResult stateAt(const NbVissrFile& file, double mjd, State* out)
     const NbVissrAttitude& a1 = file.attitude[static_cast<std::size_t>(attitude.index)];
     const NbVissrAttitude& a2 = file.attitude[static_cast<std::size_t>(attitude.index) + 1];
 
-    between(o1.position, o2.position, orbit.f, out->position);
+    out->position = between(o1.position, o2.position, orbit.f);
     const double greenwich = betweenAngles(o1.greenwich, o2.greenwich, orbit.f, 180.0) * radPerDeg;
     const double alpha =
         betweenAngles(o1.sunRightAscension, o2.sunRightAscension, orbit.f, 180.0) * radPerDeg;
     const double delta =
         betweenAngles(o1.sunDeclination, o2.sunDeclination, orbit.f, 180.0) * radPerDeg;
     const double cosDelta = std::cos(delta);
-    out->sun[0] = cosDelta * std::cos(alpha);
-    out->sun[1] = cosDelta * std::sin(alpha);
-    out->sun[2] = std::sin(delta);
+    out->sun = {cosDelta * std::cos(alpha), cosDelta * std::sin(alpha), std::sin(delta)};
 
     const double a = between(a1.rightAscension, a2.rightAscension, attitude.f);
     const double d = between(a1.declination, a2.declination, attitude.f);
     out->angle = betweenAngles(a1.sunAngle, a2.sunAngle, attitude.f, std::numbers::pi);
     const double cosD = std::cos(d);
-    const double axis[3] = {std::sin(d), -cosD * std::sin(a), cosD * std::cos(a)};
-    const double* m = o1.rotation;
-    for (int k = 0; k < 3; ++k) // the transpose times the axis
-        out->spin[k] = m[k] * axis[0] + m[3 + k] * axis[1] + m[6 + k] * axis[2];
-    turnZ(greenwich, out->spin);
-    const double length = nbVectorMag(out->spin);
-    for (double& component : out->spin)
-        component /= length;
+    const NbVec3 axis = {std::sin(d), -cosD * std::sin(a), cosD * std::cos(a)};
+    const double* m = o1.rotation; // the transpose times the axis
+    out->spin = {nbpInner({m[0], m[3], m[6]}, axis), nbpInner({m[1], m[4], m[7]}, axis),
+                 nbpInner({m[2], m[5], m[8]}, axis)};
+    turnZ(greenwich, &out->spin);
     return stateGood;
 }
 
-// C of the scan's frame.
-void scanCentre(const State& state, double c[3])
+// C of the scan's frame, from u, the sun and the angle between it and C.
+NbVec3 scanCentre(const NbVec3& u, const NbVec3& sun, double cosAngle, double sinAngle)
 {
-    double a[3];
-    double b[3];
-    nbVectorOuterProductUnit(state.spin, state.sun, a);
-    nbVectorOuterProductUnit(a, state.spin, b);
-    const double cosAngle = std::cos(state.angle);
-    const double sinAngle = std::sin(state.angle);
-    double sum[3];
-    for (int k = 0; k < 3; ++k)
-        sum[k] = cosAngle * b[k] + sinAngle * a[k];
-    nbVectorUnit(sum, c);
+    const NbVec3 a = nbpUnit(nbpOuter(u, sun));
+    const NbVec3 b = nbpUnit(nbpOuter(a, u));
+    return nbpUnit({cosAngle * b.x + sinAngle * a.x, cosAngle * b.y + sinAngle * a.y,
+                    cosAngle * b.z + sinAngle * a.z});
 }
 
 // A line of sight from S along the unit vector l, on the ellipsoid: qa t^2 + 2 qb t + qc = 0.
 struct Sight {
     double qa, qb, disc;
 };
-Sight sightOn(const double s[3], const double l[3])
+Sight sightOn(const NbVec3& s, const NbVec3& l)
 {
     Sight q;
-    q.qa = l[2] * l[2] + (l[0] * l[0] + l[1] * l[1]) * oneMinusE2;
-    q.qb = s[2] * l[2] + (s[0] * l[0] + s[1] * l[1]) * oneMinusE2;
-    const double qc = s[2] * s[2] + (s[0] * s[0] + s[1] * s[1] - semiMajor2) * oneMinusE2;
+    q.qa = l.z * l.z + (l.x * l.x + l.y * l.y) * oneMinusE2;
+    q.qb = s.z * l.z + (s.x * l.x + s.y * l.y) * oneMinusE2;
+    const double qc = s.z * s.z + (s.x * s.x + s.y * s.y - semiMajor2) * oneMinusE2;
     q.disc = q.qb * q.qb - qc * q.qa;
     return q;
 }
+
+// Points go to the image in blocks, whose arrays stay in the processor's cache.
+constexpr int blockPoints = 64;
+
+using Vectors = NbVec3s<blockPoints>;
+
+// The scans in which the points of a block are taken.
+struct Scans {
+    bool known[blockPoints]; // else the file has no state for the time, and the rest is empty
+    double time[blockPoints];
+    double angle[blockPoints]; // see State
+    Vectors position;
+    Vectors u;
+    Vectors centre; // C
+
+    void take(int k, const Scans& other, int from)
+    {
+        known[k] = other.known[from];
+        time[k] = other.time[from];
+        angle[k] = other.angle[from];
+        position.put(k, other.position.at(from));
+        u.put(k, other.u.at(from));
+        centre.put(k, other.centre.at(from));
+    }
+
+    // The scans at the times that are set.
+    void find(const NbVissrFile& file, int n)
+    {
+        Vectors sun;
+        double cosAngle[blockPoints];
+        double sinAngle[blockPoints];
+        for (int k = 0; k < n; ++k) {
+            State state;
+            known[k] = stateAt(file, time[k], &state) == stateGood;
+            if (!known[k]) state = {};
+            angle[k] = state.angle;
+            position.put(k, state.position);
+            u.put(k, state.spin);
+            sun.put(k, state.sun);
+            cosAngle[k] = std::cos(state.angle);
+            sinAngle[k] = std::sin(state.angle);
+        }
+        nbpInGroups(n, [&](int k) {
+            const NbVec3 axis = nbpUnit(u.at(k));
+            u.put(k, axis);
+            centre.put(k, scanCentre(axis, sun.at(k), cosAngle[k], sinAngle[k]));
+        });
+    }
+};
+
+// The lines of sight from scans to places.
+struct Sights {
+    double spinAngle[blockPoints];   // between u and the line of sight, radian
+    double centreAngle[blockPoints]; // between C and u x the line of sight, radian
+    // The place is behind the limb where disc is above 0 and nearest below far.
+    double disc[blockPoints];
+    double nearest[blockPoints]; // squared distances
+    double far[blockPoints];
+
+    void find(const Scans& scans, const Vectors& places, int n)
+    {
+        nbpInGroups(n, [&](int k) {
+            const NbVec3 position = scans.position.at(k);
+            const NbVec3 sight = places.at(k) - position;
+            const NbVec3 l = nbpUnit(sight);
+            const NbVec3 u = scans.u.at(k);
+            spinAngle[k] = nbpCosine(u, l);
+            centreAngle[k] = nbpCosine(scans.centre.at(k), nbpOuter(u, l));
+            const Sight q = sightOn(position, l);
+            disc[k] = q.disc;
+            nearest[k] = q.qb * q.qb / q.qa / q.qa;
+            far[k] = nbpInner(sight, sight);
+        });
+        for (int k = 0; k < n; ++k) {
+            spinAngle[k] = nbpAngleOfCosine(spinAngle[k]);
+            centreAngle[k] = nbpAngleOfCosine(centreAngle[k]);
+        }
+    }
+};
 
 // Image and earth by the parameters of one channel. Positions inside count from 1.
 class SpinScan {
@@ -200,58 +262,16 @@ public:
                t.originMjd;
     }
 
-    int toImage(double lon, double lat, double height, float* pixel, float* line, NbPointInfo* info)
+    // Result bits of all points.
+    int toImage(const double* lon, const double* lat, const double* height, float* pixel,
+                float* line, NbPointInfo* info, int n) const
     {
-        *pixel = noPositionF;
-        *line = noPositionF;
-        if (info != nullptr) *info = NbPointInfo{};
-        if (nbpToFloat(lat) == noPositionF || lon == noPosition) return 0;
-        if (!(std::abs(lat) <= 90) || !std::isfinite(lon)) return NB_NAV_INPUT;
-        const double lambda = nbpWrapLonFloat<NbLonWest::stays>(lon) * radPerDeg;
-        if (lat != parallel_.lat) parallel_ = parallelAt(lat);
-        const auto [same, sinPhi, cosPhi, n] = parallel_;
-        const double place[3] = {(n + height) * cosPhi * std::cos(lambda),
-                                 (n + height) * cosPhi * std::sin(lambda),
-                                 (n * oneMinusE2 + height) * sinPhi};
-
-        // Seen from above the equator at the place's longitude: near enough to start from.
-        double last = centreLine_ - std::atan(sinPhi / (6.610689 - cosPhi)) / lineStep_;
-        double t =
-            last / sensors_ / minutesPerDay / file_.transform.spinRate + file_.transform.originMjd;
-        Moment later;
-        for (int round = 0; round < mostRounds; ++round) {
-            // Along a parallel all points start from one time.
-            Moment& moment = round == 0 ? start_ : later;
-            if (t != moment.t) moment = momentAt(t);
-            if (moment.result != stateGood) return NB_NAV_TIME;
-            const State& state = moment.state;
-            const double* const c = moment.centre;
-            const double sight[3] = {place[0] - state.position[0], place[1] - state.position[1],
-                                     place[2] - state.position[2]};
-            double l[3];
-            double uxl[3];
-            nbVectorUnit(sight, l);
-            nbVectorOuterProduct(state.spin, l, uxl);
-            const double e = halfPi - nbVectorAngle(state.spin, l);
-            const double across = nbVectorAngle(c, uxl) - halfPi;
-            const double p = (across + pixelOffset_ - tanTilt_ * e) / pixStep_ + centrePixel_;
-            const double now = (e - lineOffset_) / lineStep_ + centreLine_;
-            if (std::abs(now - last) < 1.0) {
-                const Sight q = sightOn(state.position, l);
-                if (q.disc > 0 && q.qb * q.qb / q.qa / q.qa < nbVectorMag2(sight))
-                    return NB_NAV_LIMB;
-                const double ownPixel = p - static_cast<double>(file_.shiftPixel);
-                const double ownLine = now - static_cast<double>(file_.shiftLine);
-                if (const int bits = outside(ownPixel, ownLine); bits != 0) return bits;
-                *pixel = nbpToFloat(ownPixel - 1);
-                *line = nbpToFloat(ownLine - 1);
-                if (info != nullptr) setInfo(t, state, lon, lat, info);
-                return 0;
-            }
-            last = now;
-            t = timeOf(p, now);
-        }
-        return NB_NAV_CONVERGENCE;
+        int result = 0;
+        for (int i = 0; i < n; i += blockPoints)
+            result |= blockToImage(lon + i, lat + i, height != nullptr ? height + i : nullptr,
+                                   pixel + i, line + i, info != nullptr ? info + i : nullptr,
+                                   std::min(blockPoints, n - i));
+        return result;
     }
 
     int toEarth(float pixel, float line, double* lon, double* lat, NbPointInfo* info) const
@@ -269,10 +289,9 @@ public:
         State state;
         const double t = timeOf(p, n);
         if (stateAt(file_, t, &state) != stateGood) return NB_NAV_TIME;
-        double c[3];
-        double d[3];
-        scanCentre(state, c);
-        nbVectorOuterProductUnit(state.spin, c, d);
+        const NbVec3 u = nbpUnit(state.spin);
+        const NbVec3 c = scanCentre(u, state.sun, std::cos(state.angle), std::sin(state.angle));
+        const NbVec3 d = nbpUnit(nbpOuter(u, c));
 
         const double a = (n - centreLine_) * lineStep_;
         const double b = (p - centrePixel_) * pixStep_;
@@ -282,57 +301,134 @@ public:
             r[k] = std::sin(a) * m[k][2] + std::cos(a) * m[k][0];
         const double w0 = std::cos(b) * r[0] - std::sin(b) * r[1];
         const double w1 = std::cos(b) * r[1] + std::sin(b) * r[0];
-        double sum[3];
-        double l[3];
-        for (int k = 0; k < 3; ++k)
-            sum[k] = c[k] * w0 + d[k] * w1 + state.spin[k] * r[2];
-        nbVectorUnit(sum, l);
+        const NbVec3 l =
+            nbpUnit({c.x * w0 + d.x * w1 + u.x * r[2], c.y * w0 + d.y * w1 + u.y * r[2],
+                     c.z * w0 + d.z * w1 + u.z * r[2]});
 
-        const Sight q = sightOn(state.position, l);
+        const NbVec3& s = state.position;
+        const Sight q = sightOn(s, l);
         if (!(q.disc >= 0) || q.qa == 0) return NB_NAV_INPUT;
         const double root = std::sqrt(q.disc);
         const double distance = std::min((root - q.qb) / q.qa, (-root - q.qb) / q.qa);
-        double place[3];
-        for (int k = 0; k < 3; ++k)
-            place[k] = distance * l[k] + state.position[k];
-        const double axis = std::sqrt(place[0] * place[0] + place[1] * place[1]);
-        *lat = std::atan(place[2] / (axis * oneMinusE2)) * degPerRad;
-        *lon = std::atan2(place[1], place[0]) * degPerRad;
-        if (info != nullptr) setInfo(t, state, *lon, *lat, info);
+        const NbVec3 place = {distance * l.x + s.x, distance * l.y + s.y, distance * l.z + s.z};
+        const double axis = std::sqrt(place.x * place.x + place.y * place.y);
+        *lat = std::atan(place.z / (axis * oneMinusE2)) * degPerRad;
+        *lon = std::atan2(place.y, place.x) * degPerRad;
+        if (info != nullptr) setInfo(t, s, state.angle, *lon, *lat, info);
         return 0;
     }
 
 private:
     static constexpr int mostRounds = 50;
 
-    // Terms of a latitude: sine and cosine, radius of curvature across the meridian.
-    struct Parallel {
-        double lat = std::numeric_limits<double>::quiet_NaN();
-        double sinPhi = 0;
-        double cosPhi = 0;
-        double n = 0;
+    // Points whose place in the image is being searched, those that are still open in front.
+    struct Points {
+        int index[blockPoints]; // in the caller's arrays
+        int start[blockPoints]; // the parallel's, among the different ones
+        double last[blockPoints];
+        Vectors place;
+
+        void take(int k, int from)
+        {
+            index[k] = index[from];
+            place.put(k, place.at(from));
+        }
     };
-    static Parallel parallelAt(double lat)
+
+    int blockToImage(const double* lon, const double* lat, const double* height, float* pixel,
+                     float* line, NbPointInfo* info, int n) const
     {
-        const double sinPhi = std::sin(lat * radPerDeg);
-        return {lat, sinPhi, std::cos(lat * radPerDeg),
-                semiMajor / std::sqrt(1 - e2 * (sinPhi * sinPhi))};
+        Points points;
+        Scans scans;
+        int result = 0;
+        int open = setOut(lon, lat, height, n, &points, &scans, &result);
+        std::fill_n(pixel, n, noPositionF);
+        std::fill_n(line, n, noPositionF);
+        if (info != nullptr) std::fill_n(info, n, NbPointInfo{});
+        for (int round = 0; round < mostRounds && open > 0; ++round) {
+            Sights sights;
+            sights.find(scans, points.place, open);
+            int left = 0;
+            for (int k = 0; k < open; ++k) {
+                if (!scans.known[k]) {
+                    result |= NB_NAV_TIME;
+                    continue;
+                }
+                const double e = halfPi - sights.spinAngle[k];
+                const double across = sights.centreAngle[k] - halfPi;
+                const double p = (across + pixelOffset_ - tanTilt_ * e) / pixStep_ + centrePixel_;
+                const double now = (e - lineOffset_) / lineStep_ + centreLine_;
+                if (!(std::abs(now - points.last[k]) < 1.0)) {
+                    points.take(left, k);
+                    points.last[left] = now;
+                    scans.time[left] = timeOf(p, now);
+                    ++left;
+                    continue;
+                }
+                const double ownPixel = p - static_cast<double>(file_.shiftPixel);
+                const double ownLine = now - static_cast<double>(file_.shiftLine);
+                const bool behind = sights.disc[k] > 0 && sights.nearest[k] < sights.far[k];
+                const int bits = behind ? NB_NAV_LIMB : outside(ownPixel, ownLine);
+                result |= bits;
+                if (bits != 0) continue;
+                const int i = points.index[k];
+                pixel[i] = nbpToFloat(ownPixel - 1);
+                line[i] = nbpToFloat(ownLine - 1);
+                if (info != nullptr)
+                    setInfo(scans.time[k], scans.position.at(k), scans.angle[k], lon[i], lat[i],
+                            &info[i]);
+            }
+            open = left;
+            scans.find(file_, open);
+        }
+        return open > 0 ? result | NB_NAV_CONVERGENCE : result;
     }
 
-    // The scan at a time.
-    struct Moment {
-        double t = std::numeric_limits<double>::quiet_NaN();
-        StateResult result = noOrbit;
-        State state;
-        double centre[3]; // C
-    };
-    Moment momentAt(double t) const
+    // Takes the points that can have a place and the scans in which the search starts. Returns
+    // their number, adds the bits of the others.
+    int setOut(const double* lon, const double* lat, const double* height, int n, Points* points,
+               Scans* scans, int* bits) const
     {
-        Moment m;
-        m.t = t;
-        m.result = stateAt(file_, t, &m.state);
-        if (m.result == stateGood) scanCentre(m.state, m.centre);
-        return m;
+        Scans starts;
+        int different = 0;
+        int open = 0;
+        double parallel = std::numeric_limits<double>::quiet_NaN();
+        double sinPhi = 0;
+        double cosPhi = 0;
+        double across = 0; // radius of curvature across the meridian
+        double last = 0;
+        for (int i = 0; i < n; ++i) {
+            if (nbpToFloat(lat[i]) == noPositionF || lon[i] == noPosition) continue;
+            if (!(std::abs(lat[i]) <= 90) || !std::isfinite(lon[i])) {
+                *bits |= NB_NAV_INPUT;
+                continue;
+            }
+            const double lambda = nbpWrapLonFloat<NbLonWest::stays>(lon[i]) * radPerDeg;
+            if (lat[i] != parallel) { // along a parallel all points start from one time
+                parallel = lat[i];
+                sinPhi = std::sin(parallel * radPerDeg);
+                cosPhi = std::cos(parallel * radPerDeg);
+                across = semiMajor / std::sqrt(1 - e2 * (sinPhi * sinPhi));
+                // Seen from above the equator at the place's longitude: near enough to start from.
+                last = centreLine_ - std::atan(sinPhi / (6.610689 - cosPhi)) / lineStep_;
+                starts.time[different] =
+                    last / sensors_ / minutesPerDay / file_.transform.spinRate +
+                    file_.transform.originMjd;
+                ++different;
+            }
+            const double h = height != nullptr ? height[i] : 0.0;
+            points->index[open] = i;
+            points->start[open] = different - 1;
+            points->last[open] = last;
+            points->place.put(open, {(across + h) * cosPhi * std::cos(lambda),
+                                     (across + h) * cosPhi * std::sin(lambda),
+                                     (across * oneMinusE2 + h) * sinPhi});
+            ++open;
+        }
+        starts.find(file_, different);
+        for (int k = 0; k < open; ++k)
+            scans->take(k, starts, points->start[k]);
+        return open;
     }
 
     // Error bit of a position outside the image or the lines of the file. Not a number is outside.
@@ -345,14 +441,17 @@ private:
         return 0;
     }
 
-    static void setInfo(double t, const State& state, double lon, double lat, NbPointInfo* info)
+    static void setInfo(double t, const NbVec3& position, double angle, double lon, double lat,
+                        NbPointInfo* info)
     {
-        double km[3];
-        for (int k = 0; k < 3; ++k)
-            km[k] = static_cast<double>(nbpToFloat(state.position[k]) / 1000.0F);
+        const auto kilometres = [](double metres) {
+            return static_cast<double>(nbpToFloat(metres) / 1000.0F);
+        };
+        const double km[3] = {kilometres(position.x), kilometres(position.y),
+                              kilometres(position.z)};
         nbNavSetPointInfo(t, km, lon, lat, info);
         // The satellite measures it: the angle from the sun to the earth as it turns.
-        info->phaseAngle = state.angle * degPerRad;
+        info->phaseAngle = angle * degPerRad;
     }
 
     const NbVissrFile& file_;
@@ -364,9 +463,6 @@ private:
     double lineOffset_;
     double pixelOffset_;
     double tanTilt_;
-    // Of the last point: along a row of many maps both stay.
-    Parallel parallel_;
-    Moment start_ = {}; // its first round
 };
 
 // Channel whose parameters navigate an infrared channel: the digit at its place.
@@ -395,12 +491,8 @@ int nbVissrLonLatHgtToPixLinInfo(void* p, const double* lon, const double* lat,
                                  int n)
 {
     const NbVissrFile& file = *nbpVissrFile(p);
-    SpinScan scan(file, usr_specified_ir_ch(file.channel, "nbVissrLonLatHgtToPixLinInfo()"));
-    int result = 0;
-    for (int i = 0; i < n; ++i)
-        result |= scan.toImage(lon[i], lat[i], height != nullptr ? height[i] : 0.0, &pixel[i],
-                               &line[i], info != nullptr ? &info[i] : nullptr);
-    return result;
+    const SpinScan scan(file, usr_specified_ir_ch(file.channel, "nbVissrLonLatHgtToPixLinInfo()"));
+    return scan.toImage(lon, lat, height, pixel, line, info, n);
 }
 
 int nbVissrPixLinToLonLatInfo(void* p, const float* pixel, const float* line, double* lon,
@@ -419,7 +511,7 @@ int nbpVissrLonLatToPixLin(void* p, double lon, double lat, double height, float
                            float* line, NbPointInfo* info)
 {
     const NbVissrFile& file = *nbpVissrFile(p);
-    return SpinScan(file, file.channel).toImage(lon, lat, height, pixel, line, info);
+    return SpinScan(file, file.channel).toImage(&lon, &lat, &height, pixel, line, info, 1);
 }
 
 int nbpVissrPixLinToLonLat(void* p, float pixel, float line, double* lon, double* lat,
@@ -435,9 +527,9 @@ int nbpVissrGetInsertValue(void* p, double mjd, double* position, double* spin, 
     State state;
     const StateResult result = stateAt(*nbpVissrFile(p), mjd, &state);
     if (result != stateGood) return result;
-    std::copy_n(state.position, 3, position);
-    std::copy_n(state.spin, 3, spin);
-    std::copy_n(state.sun, 3, sun);
+    nbpPut(state.position, position);
+    nbpPut(nbpUnit(state.spin), spin);
+    nbpPut(state.sun, sun);
     *angle = state.angle;
     return 0;
 }
@@ -455,7 +547,7 @@ int nbVissrGetSatPosEf(void* p, double mjd, double* position)
 {
     State state;
     if (stateAt(*nbpVissrFile(p), mjd, &state) != stateGood) return -1;
-    std::copy_n(state.position, 3, position);
+    nbpPut(state.position, position);
     return 0;
 }
 
@@ -470,8 +562,8 @@ int nbVissrGetSatAtt(void* p, double mjd, double* attitude)
     const NbVissrOrbit& o2 = file.orbit[static_cast<std::size_t>(orbit.index) + 1];
     double position[3];
     double velocity[3];
-    between(o1.inertialPosition, o2.inertialPosition, orbit.f, position);
-    between(o1.inertialVelocity, o2.inertialVelocity, orbit.f, velocity);
+    nbpPut(between(o1.inertialPosition, o2.inertialPosition, orbit.f), position);
+    nbpPut(between(o1.inertialVelocity, o2.inertialVelocity, orbit.f), velocity);
     std::array<double, 8> elements{};
     nbAstroCartToKepl(position, velocity, elements.data());
     const auto kepl = std::bit_cast<NbAstroKepl>(elements);
@@ -479,15 +571,15 @@ int nbVissrGetSatAtt(void* p, double mjd, double* attitude)
     // Deliberate: the last turn is half a circle. A quarter would bring an axis along the orbit's
     // normal onto y, where the angles are small; so it lies near z and the first angle near the
     // root of 2. Who reads these angles knows them so.
-    double v[3] = {state.spin[0], state.spin[1], state.spin[2]};
-    turnZ(kepl.ranode * radPerDeg, v);
-    turnX(kepl.inc * radPerDeg, v);
-    turnZ((kepl.argPer + kepl.ma) * radPerDeg + halfPi, v);
-    turnX(std::numbers::pi, v);
-    const double root = std::sqrt((v[1] - 1) * -2 - v[0] * v[0]);
-    attitude[2] = -v[0];
-    const double plus = (v[2] - root) / attitude[2];
-    const double minus = (v[2] + root) / attitude[2];
+    NbVec3 v = nbpUnit(state.spin);
+    turnZ(kepl.ranode * radPerDeg, &v);
+    turnX(kepl.inc * radPerDeg, &v);
+    turnZ((kepl.argPer + kepl.ma) * radPerDeg + halfPi, &v);
+    turnX(std::numbers::pi, &v);
+    const double root = std::sqrt((v.y - 1) * -2 - v.x * v.x);
+    attitude[2] = -v.x;
+    const double plus = (v.z - root) / attitude[2];
+    const double minus = (v.z + root) / attitude[2];
     const bool takesMinus = std::abs(minus) < std::abs(plus);
     attitude[0] = takesMinus ? -root : root;
     attitude[1] = takesMinus ? minus : plus;
@@ -502,8 +594,9 @@ double nbpVissrGetStartLon(void* p)
     double position[3];
     double lon = noPosition;
     double lat = 0;
-    between(file.orbit[static_cast<std::size_t>(orbit.index)].position,
-            file.orbit[static_cast<std::size_t>(orbit.index) + 1].position, orbit.f, position);
+    nbpPut(between(file.orbit[static_cast<std::size_t>(orbit.index)].position,
+                   file.orbit[static_cast<std::size_t>(orbit.index) + 1].position, orbit.f),
+           position);
     nbAstroEfToLonLat(position, &lon, &lat);
     return lon;
 }
