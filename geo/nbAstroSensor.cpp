@@ -2,6 +2,7 @@
  * Orbit and attitude matrices, and the line of sight of a sensor to the earth and back.
  */
 #include "geo/nbAstroBase.h"
+#include "geo/nbAstroSight.h"
 #include "geo/nbAstroUtl.h"
 #include "geo/nbMatrix.h"
 
@@ -112,27 +113,14 @@ int nbAstroLosToLonLat(const double* m, const double* satPos, double ew, double 
 {
     *lon = -9999.0;
     *lat = -9999.0;
-    const double f = nbpAstroAxisRatio();
-    const double s[3] = {satPos[0] / nb_Astro_eqR, satPos[1] / nb_Astro_eqR,
-                         satPos[2] / nb_Astro_eqR};
     double sen[3];
-    double v[3];
     nbAstroLosToSen(ew, ns, sen);
-    nbAstroSenToEf(m, sen, v);
-
-    // s + t v on the ellipsoid: a t^2 + 2 b t + c = 0.
-    const double a = v[0] * v[0] + v[1] * v[1] + (v[2] / f) * (v[2] / f);
-    const double b = v[0] * s[0] + v[1] * s[1] + v[2] * s[2] / (f * f);
-    const double c = s[0] * s[0] + s[1] * s[1] + (s[2] / f) * (s[2] / f) - 1;
-    const double discriminant = b * b - a * c;
-    if (discriminant < 0) return -1;
-    const double t = (-b - std::sqrt(discriminant)) / a;
-    const double p[3] = {t * v[0] + s[0], t * v[1] + s[1], t * v[2] + s[2]};
-    // Deliberate: the test looks at the point and not at the sign of t, so that a sensor that
-    // looks away from the earth gets the point behind it. Mended, such a line is a miss.
-    if (p[0] * v[0] + p[1] * v[1] + p[2] * v[2] <= 0) {
-        nbAstroEfToLonLat(p, lon, lat);
-        return 0;
-    }
-    return -1;
+    const double f = nbpAstroAxisRatio();
+    const NbVec3 s = nbpAstroInRadii(satPos);
+    const NbAstroMeeting at = nbpAstroMeet(m, s, nbpAstroOnEllipsoid(s, f), f, nbpVec3(sen));
+    if (!at.good()) return -1;
+    double p[3];
+    nbpPut(at.p, p);
+    nbAstroEfToLonLat(p, lon, lat);
+    return 0;
 }

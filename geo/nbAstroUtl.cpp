@@ -4,6 +4,7 @@
 #include "geo/nbAstroUtl.h"
 
 #include "geo/nbAstroBase.h"
+#include "geo/nbAstroSight.h"
 #include "geo/nbVector.h"
 #include "util/nbLogFormat.h"
 
@@ -101,19 +102,9 @@ double nbAstroCalcMeanEpsilon(double jd)
 
 void nbAstroEfToLonLatDist(const double* ef, double* lonLatDist)
 {
-    const double d = nbVectorMag(ef);
-    const double g = std::asin(ef[2] / d);
-    // On the meridian of Greenwich rounding carries the quotient past 1, where there is no
-    // angle.
-    double c = ef[0] / (std::cos(g) * d);
-    if (c > 1) c = 1;
-    if (c < -1) c = -1;
-    double lon = std::acos(c);
-    if (ef[1] < 0) lon = nbpAstroTwoPi - lon;
-    lon *= nbpAstroRadToDeg;
-    if (lon > 180) lon -= 360;
-    lonLatDist[0] = lon;
-    lonLatDist[1] = nbAstroGetGeogLat(g * nbpAstroRadToDeg);
+    const NbVec3 p = nbpVec3(ef);
+    const double d = std::sqrt(nbpInner(p, p));
+    nbpAstroPlace(p, d, p.z / d, nbpAstroAxisRatio(), &lonLatDist[0], &lonLatDist[1]);
     lonLatDist[2] = d;
 }
 
@@ -153,8 +144,7 @@ double nbAstroGetGeocLat(double lat)
 
 double nbAstroGetGeogLat(double lat)
 {
-    const double f = nbpAstroAxisRatio();
-    return std::atan(std::tan(lat * nbpAstroDegToRad) / (f * f)) * nbpAstroRadToDeg;
+    return nbpAstroGeogLat(lat, nbpAstroAxisRatio());
 }
 
 double nbAstroGetAng(double lon1, double lat1, double lon2, double lat2)

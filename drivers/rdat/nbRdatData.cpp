@@ -32,18 +32,20 @@ float sampleR4(NbRdatFile& file, int column, int line)
     const std::size_t at = file.at(column, line);
     const int count = countOf(file, at);
     if (count < 0) return missingR4;
-    if (!(file.radiance[at] > computed)) {
-        const double radiance = nbpRdatRadiance(file, line, column, count);
+    double radiance = file.radiance.get(at);
+    if (!(radiance > computed)) {
+        radiance = nbpRdatRadiance(file, line, column, count);
         if (!(radiance >= computed)) return missingR4;
-        file.radiance[at] = radiance;
+        file.radiance.set(at, radiance);
     }
-    if (file.kind == rdatRadiance) return nbpToFloat(file.radiance[at]);
-    if (!(file.physical[at] > computed)) {
-        const double value = nbpRdatFromRadiance(file, file.kind, file.radiance[at]);
+    if (file.kind == rdatRadiance) return nbpToFloat(radiance);
+    double value = file.physical.get(at);
+    if (!(value > computed)) {
+        value = nbpRdatFromRadiance(file, file.kind, radiance);
         if (!(value >= computed)) return missingR4;
-        file.physical[at] = value;
+        file.physical.set(at, value);
     }
-    return nbpToFloat(file.physical[at]);
+    return nbpToFloat(value);
 }
 
 // Samples at positions. Deliberate: the user's shift is added to a position, where drivers of

@@ -56,8 +56,8 @@ int openFile(NbRdatFile* file, const char* path)
         if (const int code = nbpRdatGetRdat(bytes, path, file); code != NB_RDAT_OPEN) return code;
     } // the bytes go before the rows come
     file->levels = nbpRdatLevels(file->header.band);
-    file->radiance.assign(file->words.size(), rdatNone);
-    file->physical.assign(file->words.size(), rdatNone);
+    file->radiance.reset(file->words.size(), opener);
+    file->physical.reset(file->words.size(), opener);
     if (nb_Rdat_Dump_Mode == 1) return NB_RDAT_OPEN;
     if (!nbpRdatIpFileHeader(file)) return NB_RDAT_BAD_COUNT; // logged
     nbpRdatPrepareCalib(file);
@@ -90,8 +90,7 @@ constexpr NbSatSlots rdatSlots = {
 NbRdatFile::NbRdatFile()
     : words(NbAllocator<std::uint16_t>("getRdatLineData()")), first(NbAllocator<double>(opener)),
       second(NbAllocator<double>(opener)), lon(NbAllocator<double>(opener)),
-      lat(NbAllocator<double>(opener)), radiance(NbAllocator<double>(opener)),
-      physical(NbAllocator<double>(opener))
+      lat(NbAllocator<double>(opener))
 {
 }
 

@@ -8,12 +8,17 @@
  * "second" = east.
  */
 #include "drivers/rdat/nbRdat.h"
+#include "geo/nbVec3.h"
 #include "util/nbArray.h"
 #include "util/nbCursor.h"
+#include "util/nbUtlMalloc.h"
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <new>
 #include <span>
 #include <vector>
 
@@ -111,6 +116,44 @@ struct NbRdatColumn {
     double emitted[2] = {}; // radiance of the mirrors
 };
 
+// A column's satellite and sensor, prepared for many lines of sight.
+struct NbRdatSight {
+    double m[9]; // sensor to earth-fixed
+    NbVec3 s;    // the satellite, in equatorial radii
+    double c;    // s on the ellipsoid
+};
+struct NbRdatSights {
+    double eqR = 0; // figure of the earth that they are made with, km
+    double plR = 0;
+    double f = 0; // axis ratio
+    std::vector<NbRdatSight> columns;
+};
+
+// Physical values of pixels, computed on demand: rdatNone before. What is kept is the difference of
+// their bits from those of rdatNone, so that memory that the system gives zeroed, and as long as
+// nobody touches it at no cost, says rdatNone.
+class NbRdatCache {
+public:
+    void reset(std::size_t pixels, const char* caller)
+    {
+        bits_.reset(
+            static_cast<std::uint64_t*>(nbUtlCalloc(pixels, sizeof(std::uint64_t), caller)));
+        if (!bits_) throw std::bad_alloc();
+    }
+    double get(std::size_t at) const { return std::bit_cast<double>(bits_[at] ^ none); }
+    void set(std::size_t at, double value)
+    {
+        bits_[at] = std::bit_cast<std::uint64_t>(value) ^ none;
+    }
+
+private:
+    struct Free {
+        void operator()(std::uint64_t* p) const noexcept { nbUtlFree(p); }
+    };
+    static constexpr auto none = std::bit_cast<std::uint64_t>(rdatNone);
+    std::unique_ptr<std::uint64_t[], Free> bits_;
+};
+
 enum NbRdatKind {
     rdatNoElement = -9999,
     rdatAlbedo = 1,
@@ -130,8 +173,9 @@ struct NbRdatFile {
     NbArray<double> second; // east
     NbArray<double> lon;    // 0 up to 360
     NbArray<double> lat;
-    NbArray<double> radiance; // rdatNone: not computed yet
-    NbArray<double> physical;
+    NbRdatCache radiance;
+    NbRdatCache physical;
+    NbRdatSights sights; // of the columns
 
     double lonMin = 9999.0, lonMax = -9999.0; // of all pixels on the earth
     double latMin = 9999.0, latMax = -9999.0;
@@ -156,6 +200,11 @@ struct NbRdatFile {
     bool solar() const { return header.band < 7; }
 };
 
+inline double nbpRdatTo360(double lon)
+{
+    return lon < 0 ? lon + 360 : lon;
+}
+
 inline NbRdatFile* nbpRdatFile(void* p)
 {
     return static_cast<NbRdatFile*>(p);
@@ -165,8 +214,11 @@ inline NbRdatFile* nbpRdatFile(void* p)
 int nbpRdatGetRdat(std::span<const std::byte> bytes, const char* path, NbRdatFile* file);
 // nbRdatIpFileHeader: the header's tables at the time of each column. False without them.
 bool nbpRdatIpFileHeader(NbRdatFile* file);
-// nbRdatNav: the line of sight and the place of every pixel.
+// nbRdatLocate: the line of sight and the place of every pixel.
 void nbpRdatLocate(NbRdatFile* file);
+// Makes the sights for the figure of the earth that holds now, unless they are. They have room
+// after nbpRdatLocate: then it throws nothing.
+const NbRdatSights& nbpRdatSights(NbRdatFile* file);
 // nbRdatElem: levels of a band; 0 for none that there is.
 int nbpRdatLevels(int band);
 // nbRdatCalib: what is fixed for a column.

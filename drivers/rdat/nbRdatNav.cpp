@@ -1,5 +1,6 @@
 #include "drivers/rdat/nbRdatFile.h"
 #include "drivers/rdat/nbRdatSimplex.h"
+#include "geo/nbAstroSight.h"
 #include "geo/nbAstroUtl.h"
 #include "geo/nbMatrix.h"
 #include "geo/nbVector.h"
@@ -13,125 +14,39 @@ namespace {
 
 constexpr float noPositionF = -9999.0F;
 
-// Two angles of a line of sight, radians.
-struct Angles {
-    double east = 0;
-    double north = 0;
-};
-
-// The ray of a line's detector before the mirrors.
-struct Ray {
-    double v[3];
-};
-Ray rayOf(const NbRdatLine& line)
-{
-    const double a = line.rayEast;
-    const double b = line.rayNorth;
-    return {{-std::cos(a) * std::cos(b), -std::sin(a) * std::cos(b), std::sin(-b)}};
-}
-
-// The ray thrown back by the two mirrors of a column, as angles.
-Angles calcLosAngleRdat(const NbRdatColumn& column, const Ray& ray)
-{
-    double x = ray.v[0];
-    double y = ray.v[1];
-    double z = ray.v[2];
-    const double* n1 = column.normal1;
-    const double d1 = 2 * (-x * n1[0] - y * n1[1]);
-    x += d1 * n1[0];
-    y += d1 * n1[1];
-    const double* n2 = column.normal2;
-    const double d2 = 2 * (-y * n2[0] - z * n2[1]);
-    y += d2 * n2[0];
-    z += d2 * n2[1];
-    return {.east = std::asin(x / std::sqrt(x * x + y * y + z * z)), .north = -std::atan2(y, z)};
-}
-
-// How far a small misalignment moves a line of sight: p[0] to p[2] turn it about x, y and z,
-// p[3] and p[4] stretch the north and east angle, p[5] leans the mirrors' axes, p[6] and p[7]
-// are keystones, p[8] and p[9] shift north and east.
-Angles calcMisalignment(const double* p, const Angles& los)
-{
-    const double e = los.east;
-    const double n = los.north;
-    return {.east = p[1] + p[2] * n + p[4] * e + p[7] * n * e + p[9],
-            .north = p[0] - p[2] * e + p[3] * n + p[5] * e + p[6] * n * e + p[8]};
-}
-
-// A distortion of second order in the angles.
-Angles calcPoly(const double* c, double x, double y)
-{
-    return {.east = c[9] * x * y + c[8] * x + c[7] * y + c[6] + c[10] * (y * y) + c[11] * (x * x),
-            .north = c[5] * (x * x) + c[4] * (y * y) + c[3] * x * y + c[2] * x + c[1] * y + c[0]};
-}
-
-Angles calcDistortion(const NbRdatFile& file, const NbRdatColumn& column, const Angles& los)
-{
-    const double* d = column.distortion.data();
-    switch (file.header.navigation.distortionMode) {
-    case 1:
-        return calcMisalignment(d + rdatDistEstimated, los);
-    case 2:
-        return calcPoly(d + rdatDistPolynomial, los.east, los.north);
-    case 3:
-        return {.east = d[rdatDistTable + 1], .north = d[rdatDistTable]};
-    default:
-        return {};
-    }
-}
-
-// The line of sight of a detector at a column, in the sensor frame.
-Angles pixelLos(const NbRdatFile& file, const NbRdatColumn& column, const Ray& ray)
-{
-    Angles los = calcLosAngleRdat(column, ray);
-    los.east += column.fluctuation[0];
-    los.north += column.fluctuation[1];
-    const Angles m = calcMisalignment(file.header.navigation.misalignment.data(), los);
-    const Angles d = calcDistortion(file, column, los);
-    const double* k = column.coregistration;
-    return {.east = los.east - m.east - d.east - k[0],
-            .north = los.north - m.north - d.north - k[1]};
-}
-
-// Step of the first angle from line to line. The file's step has the size; the sign is that in
-// which the angle really changes, so that what lies between two lines lies between their places.
-float signedLineStep(const NbRdatFile& file)
-{
-    const int c = file.header.columns / 2;
-    const double change = file.first[file.at(c, file.header.lines - 1)] - file.first[file.at(c, 0)];
-    const float step = nbpToFloat(file.header.lineStep);
-    return change * static_cast<double>(step) < 0 ? -step : step;
-}
-
-double to360(double lon)
-{
-    return lon < 0 ? lon + 360 : lon;
-}
-
-// Place of an image position; false, and rdatNone twice, when it has none.
-bool toEarth(const NbRdatFile& file, float pixel, float line, double* lon, double* lat)
+// Place of an image position; false, and rdatNone twice, when it has none. The sights are those
+// of the file's columns.
+bool toEarth(const NbRdatFile& file, const NbRdatSights& sights, float pixel, float line,
+             double* lon, double* lat)
 {
     *lon = rdatNone;
     *lat = rdatNone;
     const int c = nbpNearest32(static_cast<double>(pixel));
     const int l = nbpNearest32(static_cast<double>(line));
     if (!file.inside(c, l) || file.columns.empty()) return false;
-    const NbRdatColumn& column = file.columns[static_cast<std::size_t>(c)];
     const std::size_t at = file.at(c, l);
     const float first = (line - static_cast<float>(l)) * file.lineStep + nbpToFloat(file.first[at]);
     const float second = (pixel - static_cast<float>(c)) * nbpToFloat(file.header.pixelStep) +
                          nbpToFloat(file.second[at]);
-    return nbAstroLosToLonLat(column.sensorToEf, column.positionEf, static_cast<double>(first),
-                              static_cast<double>(second), lon, lat) == 0;
+    const auto ew = static_cast<double>(first);
+    const auto ns = static_cast<double>(second);
+    const NbRdatSight& sight = sights.columns[static_cast<std::size_t>(c)];
+    const NbAstroMeeting met =
+        nbpAstroMeet(sight.m, sight.s, sight.c, sights.f,
+                     nbpAstroSensor(std::sin(ew), std::cos(ew), std::sin(ns), std::cos(ns)));
+    if (!met.good()) return false;
+    nbpAstroPlace(met.p, sights.f, lon, lat);
+    return true;
 }
 
 // Squared distance in degrees between a place and that of a position.
-double getDist(const NbRdatFile& file, double lon, double lat, const NbRdatPoint& at)
+double getDist(const NbRdatFile& file, const NbRdatSights& sights, double lon, double lat,
+               const NbRdatPoint& at)
 {
     double lon2 = 0;
     double lat2 = 0;
-    toEarth(file, nbpToFloat(at.pixel), nbpToFloat(at.line), &lon2, &lat2);
-    double dl = to360(lon) - to360(lon2);
+    toEarth(file, sights, nbpToFloat(at.pixel), nbpToFloat(at.line), &lon2, &lat2);
+    double dl = nbpRdatTo360(lon) - nbpRdatTo360(lon2);
     if (dl > 180)
         dl = 360 - dl;
     else if (dl < -180)
@@ -143,7 +58,7 @@ double getDist(const NbRdatFile& file, double lon, double lat, const NbRdatPoint
 // Earth to image, with what is fixed for the file.
 class EarthToImage {
 public:
-    explicit EarthToImage(const NbRdatFile& file) : file_(file)
+    EarthToImage(const NbRdatFile& file, const NbRdatSights& sights) : file_(file), sights_(sights)
     {
         if (file.columns.empty()) return;
         middle_ = &file.columns[file.columns.size() / 2];
@@ -152,7 +67,7 @@ public:
 
     bool locate(double lon, double lat, float* pixel, float* line) const
     {
-        const double east = to360(lon);
+        const double east = nbpRdatTo360(lon);
         const bool bounded = east >= file_.lonMin && east <= file_.lonMax && lat >= file_.latMin &&
                              lat <= file_.latMax;
         if (middle_ == nullptr || !bounded) return false;
@@ -172,7 +87,8 @@ public:
         NbRdatPoint best;
         if (!nbpRdatSimplex(
                 vertices, file_.header.columns, file_.header.lines,
-                [&](const NbRdatPoint& at) { return getDist(file_, east, lat, at); }, &best))
+                [&](const NbRdatPoint& at) { return getDist(file_, sights_, east, lat, at); },
+                &best))
             return false;
         *pixel = nbpToFloat(best.pixel);
         *line = nbpToFloat(best.line);
@@ -213,6 +129,7 @@ private:
     }
 
     const NbRdatFile& file_;
+    const NbRdatSights& sights_;
     const NbRdatColumn* middle_ = nullptr;
     double efToSensor_[9] = {};
 };
@@ -228,40 +145,6 @@ void setPointInfo(const NbRdatFile& file, float pixel, double lon, double lat, N
 }
 
 } // namespace
-
-void nbpRdatLocate(NbRdatFile* file)
-{
-    const std::size_t pixels = file->words.size();
-    file->first.resize(pixels);
-    file->second.resize(pixels);
-    file->lon.resize(pixels);
-    file->lat.resize(pixels);
-    std::size_t at = 0;
-    for (const NbRdatLine& line : file->lines) {
-        const Ray ray = rayOf(line);
-        for (const NbRdatColumn& column : file->columns) {
-            const Angles los = pixelLos(*file, column, ray);
-            file->first[at] = los.north;
-            file->second[at] = los.east;
-            double lon = 0;
-            double lat = 0;
-            if (nbAstroLosToLonLat(column.sensorToEf, column.positionEf, los.north, los.east, &lon,
-                                   &lat) == 0) {
-                lon = to360(lon);
-                file->lonMin = std::min(file->lonMin, lon);
-                file->lonMax = std::max(file->lonMax, lon);
-                file->latMin = std::min(file->latMin, lat);
-                file->latMax = std::max(file->latMax, lat);
-            }
-            file->lon[at] = lon;
-            file->lat[at] = lat;
-            ++at;
-        }
-    }
-    file->refFirst = file->first[0];
-    file->refSecond = file->second[0];
-    file->lineStep = signedLineStep(*file);
-}
 
 int nbpRdatPixLinToLos(void* p, float pixel, float line, double* first, double* second)
 {
@@ -304,9 +187,10 @@ int nbRdatPixLinToLonLatInfo(void* p, const float* pixel, const float* line, dou
                              double* lat, NbPointInfo* info, int n)
 {
     const NbRdatFile& file = *nbpRdatFile(p);
+    const NbRdatSights& sights = nbpRdatSights(nbpRdatFile(p));
     int result = 0;
     for (int i = 0; i < n; ++i) {
-        if (!toEarth(file, pixel[i], line[i], &lon[i], &lat[i])) result = NB_NAV_INPUT;
+        if (!toEarth(file, sights, pixel[i], line[i], &lon[i], &lat[i])) result = NB_NAV_INPUT;
         if (info != nullptr) setPointInfo(file, pixel[i], lon[i], lat[i], &info[i]);
     }
     return result;
@@ -316,7 +200,7 @@ int nbRdatLonLatHgtToPixLinInfo(void* p, const double* lon, const double* lat, c
                                 float* pixel, float* line, NbPointInfo* info, int n)
 {
     const NbRdatFile& file = *nbpRdatFile(p);
-    const EarthToImage earth(file);
+    const EarthToImage earth(file, nbpRdatSights(nbpRdatFile(p)));
     int failed = 0;
     for (int i = 0; i < n; ++i) {
         if (!earth.locate(lon[i], lat[i], &pixel[i], &line[i])) {
