@@ -46,7 +46,9 @@ void* inLargePages(void* p, std::size_t size)
     const auto start = reinterpret_cast<std::uintptr_t>(p);
     const std::uintptr_t first = (start + page - 1) / page * page;
     const std::uintptr_t last = (start + size) / page * page;
+#ifdef MADV_HUGEPAGE // Linux alone has it
     madvise(static_cast<char*>(p) + (first - start), last - first, MADV_HUGEPAGE);
+#endif
     return p;
 }
 } // namespace
