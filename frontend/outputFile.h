@@ -1,45 +1,23 @@
 #pragma once
 /**
- * An output file that appears whole or not at all.
- *
- * A regular file is written beside its place, as ".nimbex-" and the number of the process, and
- * takes its name when it is complete. Until then, and for good when the run fails or is killed,
- * the name leads to what it led to before. Only a kill that no process can catch, or a crash,
- * leaves the unfinished file lying there.
- *
- * The file replaced hands on its mode, and its owner and group where the system allows that. A
- * symbolic link stays and its target is replaced, or made. Further hard links keep the old file.
- *
- * Written directly, as there is no other way: what is no regular file (pipes, devices), a
- * descriptor by name (/dev/stdout; a file behind it is emptied first, also one to be appended to),
- * and a file that may be written but not replaced, because of its folder or because it is mounted
- * by itself. A regular file so written is emptied when the run fails or is interrupted.
- *
- * Nothing is synchronised with the disk. That guards only against a failure of the machine, after
- * which a batch is run again.
+ * The run's output file: it appears whole or not at all, and its faults are codes of the run.
  */
-#include "util/nbFile.h"
+#include "util/nbWholeFile.h"
 
 #include <string>
-#include <vector>
 
 class NbOutputFile {
 public:
-    NbOutputFile() = default;
-    ~NbOutputFile() { discard(); }
-    NbOutputFile(const NbOutputFile&) = delete;
-    NbOutputFile& operator=(const NbOutputFile&) = delete;
-
     /** Once. An NbRunCode: NB_RUN_OUTPUT_OPEN, said on standard error. */
     int open(const std::string& path);
 
-    std::FILE* stream() const { return file_.get(); }
-    bool isRegular() const { return isRegular_; }
+    std::FILE* stream() const { return file_.stream(); }
+    bool isRegular() const { return file_.isRegular(); }
     // Where the bytes are until the file is finished.
-    const std::string& currentPath() const { return beside_.empty() ? path_ : beside_; }
+    const std::string& currentPath() const { return file_.currentPath(); }
 
     /** Empties it, to be written anew. False, with errno, when that fails. */
-    bool restart();
+    bool restart() { return file_.restart(); }
 
     /**
      * Closes the file and puts it in its place.
@@ -53,18 +31,9 @@ public:
     int fail(int code, const char* what);
 
 private:
-    bool openBeside(const std::string& folder, unsigned mode);
-    bool openDirectly();
-    void inherit();
-    int copyToPlace();
-    void discard();
+    int codeOf(NbFileFault fault) const;
+    int tell(int code, const char* what) const;
 
-    std::string path_;   // as given
-    std::string place_;  // links followed
-    std::string beside_; // the unfinished file; empty: none
-    bool replaces_ = false;
-    bool isRegular_ = false;
-    bool isDirect_ = false;    // regular, under its own name, not finished
-    std::vector<char> buffer_; // outlives the stream
-    NbFilePtr file_;
+    std::string path_;
+    NbWholeFile file_;
 };

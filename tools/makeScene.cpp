@@ -5,6 +5,7 @@
  */
 #include "tools/arguments.h"
 #include "tools/scene.h"
+#include "tools/wholeFile.h"
 
 #include <atomic>
 #include <chrono>
@@ -108,7 +109,10 @@ void run(const Arguments& arguments)
     std::filesystem::create_directories(directory);
     for (const SynthHisd& file : disk.split(segments)) {
         const std::string path = (directory / file.fileName()).string();
-        file.write(path);
+        writeWholeFile(path, [&](const NbWholeFile& out) {
+            file.write(out.currentPath());
+            return true;
+        });
         std::printf("%s\n", path.c_str());
     }
 }

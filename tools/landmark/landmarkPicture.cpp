@@ -7,6 +7,7 @@
 #include "sat/nbSatElem.h"
 #include "sat/nbSatGetZoomData.h"
 #include "tools/arguments.h"
+#include "tools/wholeFile.h"
 
 #include <png.h>
 
@@ -66,8 +67,10 @@ public:
         image.width = static_cast<png_uint_32>(width_);
         image.height = static_cast<png_uint_32>(height_);
         image.format = PNG_FORMAT_RGB;
-        if (png_image_write_to_file(&image, path.c_str(), 0, pixels_.data(), 0, nullptr) == 0)
-            throw std::runtime_error(path + " : " + image.message);
+        writeWholeFile(path, [&](const NbWholeFile& file) {
+            return png_image_write_to_stdio(&image, file.stream(), 0, pixels_.data(), 0, nullptr) !=
+                   0;
+        });
     }
     int width() const { return width_; }
     int height() const { return height_; }

@@ -1,6 +1,9 @@
 #include "tools/view/canvas.h"
 
+#include "tools/wholeFile.h"
+
 #include <algorithm>
+#include <new>
 #include <stdexcept>
 
 namespace nbView {
@@ -43,9 +46,16 @@ void Canvas::writePng(const std::string& path)
     const std::unique_ptr<cairo_surface_t, Free> whole(cairo_image_surface_create_for_data(
         bytesOf(pixels_), opaque ? CAIRO_FORMAT_RGB24 : CAIRO_FORMAT_ARGB32, width_, height_,
         4 * width_));
-    const auto status = cairo_surface_write_to_png(whole.get(), path.c_str());
-    if (status != CAIRO_STATUS_SUCCESS)
-        throw std::runtime_error(path + " : cannot be written, " + cairo_status_to_string(status));
+    writeWholeFile(path, [&](const NbWholeFile& file) {
+        const auto put = [](void* to, const unsigned char* bytes, unsigned size) {
+            return std::fwrite(bytes, 1, size, static_cast<std::FILE*>(to)) == size
+                       ? CAIRO_STATUS_SUCCESS
+                       : CAIRO_STATUS_WRITE_ERROR;
+        };
+        const auto status = cairo_surface_write_to_png_stream(whole.get(), put, file.stream());
+        if (status == CAIRO_STATUS_NO_MEMORY) throw std::bad_alloc();
+        return status == CAIRO_STATUS_SUCCESS;
+    });
 }
 
 } // namespace nbView

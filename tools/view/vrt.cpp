@@ -2,10 +2,10 @@
 #include "tools/view/commands.h"
 #include "tools/view/mapGeometry.h"
 #include "tools/view/quantity.h"
+#include "tools/wholeFile.h"
 
 #include <cmath>
 #include <cstdio>
-#include <fstream>
 
 namespace nbView {
 namespace {
@@ -135,14 +135,13 @@ int run(const CommandLine& line)
     const fs::path ownPath = fs::absolute(output);
     // Empty when there is no way from the one to the other.
     const std::string nearby = fs::relative(input, ownPath.parent_path()).string();
-    std::ofstream file(output, std::ios::binary);
-    file << "<VRTDataset rasterXSize=\"" << grid.columns << "\" rasterYSize=\"" << grid.rows
-         << "\">\n"
-         << (reference ? geography(*reference) : "")
-         << levelBand(grid,
-                      nearby.empty() ? Source{fs::absolute(input).string(), false} : Source{nearby})
-         << valueBand(grid, ownPath.filename().string()) << "</VRTDataset>\n";
-    if (!file.flush()) throw std::runtime_error(output + " : cannot be written");
+    const Source data =
+        nearby.empty() ? Source{fs::absolute(input).string(), false} : Source{nearby};
+    const std::string text = "<VRTDataset rasterXSize=\"" + std::to_string(grid.columns) +
+                             "\" rasterYSize=\"" + std::to_string(grid.rows) + "\">\n" +
+                             (reference ? geography(*reference) : "") + levelBand(grid, data) +
+                             valueBand(grid, ownPath.filename().string()) + "</VRTDataset>\n";
+    writeWholeFile(output, std::as_bytes(std::span(text)));
     return 0;
 }
 
