@@ -3,6 +3,7 @@
 #include "geo/nbShoreMapFormat.h"
 #include "util/nbCursor.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -44,11 +45,14 @@ getRings(std::span<const std::byte> bytes, std::int64_t size, std::int64_t west,
     NbCursor in(bytes, NbByteOrder::Little);
     const std::size_t count = getPacked(in);
     constexpr std::size_t leastRing = 7; // bytes: a count and three points
-    if (count == 0 || count > in.remaining() / leastRing) return {};
+    std::size_t pointsLeft = nbShoreMapMostPoints;
+    if (count == 0 || count > std::min(pointsLeft / 3, in.remaining() / leastRing)) return {};
     std::vector<std::vector<NbShorePoint>> rings(count);
     for (auto& ring : rings) {
         const std::size_t points = getPacked(in);
-        if (points < 3 || points > in.remaining() / 2) return {}; // a byte or more a coordinate
+        // A byte or more a coordinate.
+        if (points < 3 || points > std::min(pointsLeft, in.remaining() / 2)) return {};
+        pointsLeft -= points;
         ring.resize(points);
         std::int64_t x = 0; // from the corner eastward
         std::int64_t y = 0; // and southward
@@ -114,7 +118,9 @@ std::unique_ptr<NbShoreMap> NbShoreMap::open(const std::string& path, std::strin
         entry.offset = offset;
         entry.length = index.get<std::uint32_t>();
         entry.checksum = index.get<std::uint32_t>();
-        if (entry.length != nbShoreMapAllLand) offset += entry.length;
+        if (entry.length == nbShoreMapAllLand) continue;
+        if (entry.length > nbShoreMapMostTile) return refuse(damaged);
+        offset += entry.length;
     }
     if (offset != fileSize) return refuse(damaged);
     return map;

@@ -15,6 +15,10 @@ inline constexpr std::size_t nbShoreMapHeaderSize = 64;
 inline constexpr std::size_t nbShoreMapSourceSize = 44; // the header's end: where the data are from
 inline constexpr std::size_t nbShoreMapEntrySize = 8;   // length and checksum of a tile
 inline constexpr std::size_t nbShoreMapChecksumSize = 4; // of header and index, behind them
+// Points of a tile: more than of the finest shorelines, so that what has more is damaged and does
+// not fill the memory. Its bytes: five a number, and three points a ring.
+inline constexpr std::size_t nbShoreMapMostPoints = 4'000'000;
+inline constexpr std::size_t nbShoreMapMostTile = nbShoreMapMostPoints * 12;
 // Lengths of tiles that have no bytes.
 inline constexpr std::uint32_t nbShoreMapAllWater = 0;
 inline constexpr std::uint32_t nbShoreMapAllLand = 0xFFFFFFFF;

@@ -21,6 +21,10 @@ constexpr double longestEdge = 0.25;
 // what has them shall not fill the memory.
 constexpr std::size_t mostRingPoints = 1'000'000;
 
+// Points of an outline beyond which it takes no more and is not drawn: the finest coasts have some
+// thousands around a place.
+constexpr std::size_t mostOutlinePoints = 100'000;
+
 // Cuts of a drawing's rows with an outline beyond which nothing is drawn: no coast winds as much.
 constexpr std::size_t mostCuts = 400'000;
 
@@ -186,23 +190,25 @@ bool NbLmSurroundings::meets(double west, double south, double tileSize) const
 }
 
 void NbLmSurroundings::add(const NbShoreTile& tile, double west, double south, double tileSize,
-                           NbLmOutline& outline)
+                           Scratch& scratch, NbLmOutline& outline) const
 {
     if (tile.rings.empty() && tile.land) {
         const NbShorePoint square[] = {{west, south},
                                        {west + tileSize, south},
                                        {west + tileSize, south + tileSize},
                                        {west, south + tileSize}};
-        addRing(square, outline);
+        addRing(square, scratch, outline);
     }
     for (const auto& ring : tile.rings)
-        addRing(ring, outline);
+        addRing(ring, scratch, outline);
 }
 
-void NbLmSurroundings::addRing(std::span<const NbShorePoint> ring, NbLmOutline& outline)
+void NbLmSurroundings::addRing(std::span<const NbShorePoint> ring, Scratch& scratch,
+                               NbLmOutline& outline) const
 {
-    if (ring.size() < 3) return;
-    ring_.clear();
+    auto& [points, cut] = scratch;
+    if (ring.size() < 3 || outline.points.size() > mostOutlinePoints) return;
+    points.clear();
     NbShorePoint last = ring.back();
     Flat least = {9, 9};
     Flat most = {-9, -9};
@@ -210,13 +216,13 @@ void NbLmSurroundings::addRing(std::span<const NbShorePoint> ring, NbLmOutline& 
         const double dLon = point.lon - last.lon;
         const double dLat = point.lat - last.lat;
         const double length = std::max(std::fabs(dLon), std::fabs(dLat));
-        const double pieces = ring_.size() < mostRingPoints ? std::ceil(length / longestEdge) : 1;
+        const double pieces = points.size() < mostRingPoints ? std::ceil(length / longestEdge) : 1;
         for (int i = 1; i < pieces; ++i)
-            ring_.push_back(flat(last.lon + dLon * i / pieces, last.lat + dLat * i / pieces));
-        ring_.push_back(flat(point.lon, point.lat));
+            points.push_back(flat(last.lon + dLon * i / pieces, last.lat + dLat * i / pieces));
+        points.push_back(flat(point.lon, point.lat));
         last = point;
     }
-    for (const Flat& p : ring_) {
+    for (const Flat& p : points) {
         least = {std::min(least.e, p.e), std::min(least.n, p.n)};
         most = {std::max(most.e, p.e), std::max(most.n, p.n)};
     }
@@ -227,26 +233,26 @@ void NbLmSurroundings::addRing(std::span<const NbShorePoint> ring, NbLmOutline& 
     // Cut at the four sides in turn.
     for (const auto& [axis, sign] : {std::pair{&Flat::e, 1.0}, std::pair{&Flat::e, -1.0},
                                      std::pair{&Flat::n, 1.0}, std::pair{&Flat::n, -1.0}}) {
-        if (ring_.empty()) return;
-        cut_.clear();
-        Flat before = ring_.back();
-        for (const Flat& p : ring_) {
+        if (points.empty()) return;
+        cut.clear();
+        Flat before = points.back();
+        for (const Flat& p : points) {
             const double over = sign * (p.*axis) - end;
             const double overBefore = sign * (before.*axis) - end;
             if ((over <= 0) != (overBefore <= 0)) {
                 const double part = overBefore / (overBefore - over);
-                cut_.push_back(
+                cut.push_back(
                     {before.e + part * (p.e - before.e), before.n + part * (p.n - before.n)});
             }
-            if (over <= 0) cut_.push_back(p);
+            if (over <= 0) cut.push_back(p);
             before = p;
         }
-        std::swap(ring_, cut_);
+        std::swap(points, cut);
     }
 
     const std::size_t begin = outline.points.size();
     std::array<double, terms> row;
-    for (const Flat& p : ring_) {
+    for (const Flat& p : points) {
         powers(p, row);
         double x = 0;
         double y = 0;
@@ -260,6 +266,7 @@ void NbLmSurroundings::addRing(std::span<const NbShorePoint> ring, NbLmOutline& 
             if (std::fabs(previous.x - point.x) + std::fabs(previous.y - point.y) < leastStep)
                 continue;
         }
+        if (outline.points.size() > mostOutlinePoints) return;
         outline.points.push_back(point);
     }
     if (outline.points.size() - begin < 3)
@@ -274,6 +281,7 @@ void NbLmRaster::draw(const NbLmOutline& outline, float dx, float dy, int half,
     constexpr int fine = 8; // rows a pixel; along a row the share is exact
     const int side = 2 * half + 1;
     share.assign(static_cast<std::size_t>(side) * static_cast<std::size_t>(side), 0.0F);
+    if (outline.points.size() > mostOutlinePoints) return;
     const float left = static_cast<float>(half) + 0.5F; // from the square's edge to its middle
 
     // Where each fine row, taken at its middle, cuts an outline.

@@ -42,28 +42,31 @@ public:
 
     // False when no point of the tile can lie in the square.
     bool meets(double west, double south, double tileSize) const;
-    // Adds the land of one tile, cut to the square.
-    void add(const NbShoreTile& tile, double west, double south, double tileSize,
-             NbLmOutline& outline);
-
-private:
     // A point of the tangent plane at the place: east and north, in units of the square's half
     // side on earth.
     struct Flat {
         double e, n;
     };
+    // Memory to work in, one for all places: a ring may be long.
+    struct Scratch {
+        std::vector<Flat> ring, cut;
+    };
+    // Adds the land of one tile, cut to the square.
+    void add(const NbShoreTile& tile, double west, double south, double tileSize, Scratch& scratch,
+             NbLmOutline& outline) const;
+
+private:
     static constexpr std::size_t terms = 10; // of a polynomial of the third degree
 
     Flat flat(double lon, double lat) const;
     static void powers(Flat p, std::span<double, terms> out);
-    void addRing(std::span<const NbShorePoint> ring, NbLmOutline& outline);
+    void addRing(std::span<const NbShorePoint> ring, Scratch& scratch, NbLmOutline& outline) const;
 
     bool good_ = false;
     double lon_ = 0, lat_ = 0; // of the place, degrees
     double sinLat_ = 0, cosLat_ = 1;
     double reach_ = 1; // half side on earth, radian
     double x_[terms] = {}, y_[terms] = {};
-    std::vector<Flat> ring_, cut_;
 };
 
 // Draws outlines. Keeps its memory between calls.

@@ -392,12 +392,14 @@ std::vector<NbLmPlace> nbpLmPlaces(NbSatObject* object, NbShoreMap& map, const N
         places.push_back(std::move(place));
         surroundings.push_back(std::move(around));
     }
+    NbLmSurroundings::Scratch scratch;
     const bool whole =
         tiles.read(map, problem, [&](const NbShoreTile& tile, double west, double south) {
             if (tile.rings.empty() && !tile.land) return;
             for (std::size_t i = 0; i < places.size(); ++i)
                 if (surroundings[i].meets(west, south, map.tileSize()))
-                    surroundings[i].add(tile, west, south, map.tileSize(), places[i].outline);
+                    surroundings[i].add(tile, west, south, map.tileSize(), scratch,
+                                        places[i].outline);
         });
     if (!whole) places.clear();
     return places;

@@ -357,6 +357,33 @@ TEST(ShoreMapDamage, OfATileIsFoundInThatTileOnly)
     }
 }
 
+// Two bytes a point are little beside what a reader makes of them.
+TEST(ShoreMapDamage, ATileOfMorePointsThanAnyCoastIsRefused)
+{
+    const TempDir dir;
+    writeShapes(dir / "map.dat", 90);
+    const Bytes good = readFile(dir / "map.dat");
+    constexpr std::size_t head = 64 + 8 * 8 + 4;
+    constexpr std::size_t last = 64 + 8 * 7; // entry of the last tile, whose bytes are the last
+    for (const std::uint32_t count : {4'000'000U, 4'000'001U}) {
+        Bytes tile = {std::byte{1}}; // a ring, its count in four groups of bits, its points
+        for (const unsigned shift : {0U, 7U, 14U, 21U})
+            tile.push_back(static_cast<std::byte>((count >> shift & 0x7F) | (shift < 21) << 7));
+        tile.resize(tile.size() + 2 * count);
+        Bytes bytes = good;
+        bytes.resize(good.size() - numberAt<std::uint32_t>(good, last));
+        bytes.insert(bytes.end(), tile.begin(), tile.end());
+        putNumber(&bytes, 12, std::uint64_t{bytes.size()});
+        putNumber(&bytes, last, static_cast<std::uint32_t>(tile.size()));
+        putNumber(&bytes, last + 4, nbpCrc32(tile));
+        putNumber(&bytes, head - 4, nbpCrc32(std::span(bytes).first(head - 4)));
+        writeFile(dir / "map.dat", bytes);
+        NbShoreTile read;
+        std::string problem;
+        EXPECT_EQ(openMap(dir / "map.dat")->read(3, 1, read, problem), count == 4'000'000U);
+    }
+}
+
 TEST(MapMaker, RefusesWhatIsNoLandAndLeavesTheMapAlone)
 {
     const TempFile source("0 10 10 20 10 20 20\n0 10 10 20 ten\n");

@@ -1,7 +1,7 @@
 #include "tools/map/shoreTiles.h"
 
 #include "geo/nbShoreMapFormat.h"
-#include "util/nbFile.h"
+#include "tools/wholeFile.h"
 
 #include <algorithm>
 #include <cmath>
@@ -194,6 +194,14 @@ public:
     std::vector<std::byte> bytes;
 };
 
+std::size_t countPoints(const Tile& tile)
+{
+    std::size_t count = tile.land ? 4 : 0;
+    for (const Ring& ring : tile.rings)
+        count += ring.size();
+    return count;
+}
+
 std::vector<std::byte> tileBytes(const Tile& tile, std::int64_t size)
 {
     ByteWriter out;
@@ -248,6 +256,10 @@ void ShoreTiles::write(const std::string& path, std::string_view source) const
             continue;
         }
         const std::vector<std::byte> bytes = tileBytes(tile, size_);
+        if (countPoints(tile) > nbShoreMapMostPoints)
+            throw std::runtime_error("a tile would have " + std::to_string(countPoints(tile)) +
+                                     " points, at most " + std::to_string(nbShoreMapMostPoints) +
+                                     " expected");
         index.put(static_cast<std::uint32_t>(bytes.size()));
         index.put(nbpCrc32(bytes));
         data.insert(data.end(), bytes.begin(), bytes.end());
@@ -264,14 +276,5 @@ void ShoreTiles::write(const std::string& path, std::string_view source) const
     map.put(nbpCrc32(map.bytes));
     map.bytes.insert(map.bytes.end(), data.begin(), data.end());
 
-    const std::string beside = path + ".new";
-    NbFilePtr file(std::fopen(beside.c_str(), "wb"));
-    bool good = file != nullptr;
-    good =
-        good && std::fwrite(map.bytes.data(), 1, map.bytes.size(), file.get()) == map.bytes.size();
-    good = good && std::fclose(file.release()) == 0;
-    good = good && std::rename(beside.c_str(), path.c_str()) == 0;
-    if (good) return;
-    std::remove(beside.c_str());
-    throw std::runtime_error(path + ": cannot be written");
+    writeWholeFile(path, map.bytes);
 }
