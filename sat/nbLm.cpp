@@ -1,7 +1,9 @@
 #include "sat/nbLm.h"
 
+#include "drivers/vissr/nbVissr.h"
 #include "sat/nbLmMatch.h"
 #include "sat/nbSat.h"
+#include "sat/nbSatAnalSatId.h"
 #include "sat/nbSatElem.h"
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
@@ -50,8 +52,12 @@ Opening openChannel(const char* path, int channel, const char* caller, NbSatObje
         const std::string_view names = text;
         const std::string name(names.substr(0, names.find_first_of(",/")));
         if (name.empty() || nbSatSetElems(object, name.c_str()) < 1) continue;
-        if (nbSatGetChannel(object, 0) == channel && object->pixelNum > 0 && object->lineNum > 0)
+        if (nbSatGetChannel(object, 0) == channel && object->pixelNum > 0 && object->lineNum > 0) {
+            // A shift is found for an image as it is fetched, with its centre line aligned.
+            if (object->fileFormatId == NB_FORMAT_VISSR)
+                nbpVissrAlignCentreLine(object->privateData, channel);
             return opened;
+        }
     }
     nbpLogError("%s : %s: has no channel %d\n", caller, path, channel);
     return noChannel;

@@ -2,7 +2,9 @@
 #include "tests/frontend/hisdDisk.h"
 #include "tests/support/landmarkScene.h"
 
+#include <bit>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <gtest/gtest.h>
 
@@ -132,6 +134,32 @@ TEST(LandmarkOption, WithoutAMapIsSkippedAndWithADamagedOneIsAnError)
               0U)
         << result.err;
     EXPECT_TRUE(result.err.ends_with("error : 80\n")) << result.err;
+}
+
+// The fetch gives it the centre line of the first infrared channel, here 0.4 lines below its own,
+// by which the image lies right.
+TEST(LandmarkOption, MatchesAVissrChannelByTheCentreLineThatItIsFetchedWith)
+{
+    Runs runs;
+    LandmarkScene{.format = LandmarkScene::Format::Vissr, .night = true}.write(runs.dir / "image");
+    Bytes bytes = readFile(runs.dir / "image");
+    constexpr std::size_t record = 3664;
+    constexpr std::size_t centreLine = 4 * record + 56 + 4; // of channel 1
+    const auto firstImageRecord = static_cast<std::size_t>(std::to_integer<int>(bytes[7]));
+    bytes[(firstImageRecord - 1) * record + 3] = std::byte{4}; // it is channel 3
+    auto bits = numberAt<std::uint32_t>(bytes, centreLine);
+    bits = __builtin_bswap32(
+        std::bit_cast<std::uint32_t>(std::bit_cast<float>(__builtin_bswap32(bits)) + 0.4F));
+    std::memcpy(&bytes[centreLine], &bits, sizeof bits);
+    writeFile(runs.dir / "image", bytes);
+    const ProgramResult result = runs.run({"-k"});
+    EXPECT_EQ(result.status, 0);
+    float pixel = 9, line = 9;
+    ASSERT_EQ(
+        std::sscanf(result.err.c_str(), "landmark : chno=3, pixel=%f, line=%f", &pixel, &line), 2)
+        << result.err;
+    EXPECT_NEAR(pixel, 0, 0.2);
+    EXPECT_NEAR(line, 0.4, 0.2);
 }
 
 } // namespace
