@@ -1,4 +1,4 @@
-#include "drivers/common/nbGeos.h"
+#include "drivers/common/nbGeosTerms.h"
 #include "drivers/common/nbRawNav.h"
 #include "drivers/common/nbSameBits.h"
 #include "drivers/common/nbWrapLon.h"
@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <limits>
 #include <utility>
 
 namespace {
@@ -31,8 +30,7 @@ NbGeosPara geosOf(const NbHisdProjection& block)
             .slant = block.slant};
 }
 
-// Earth to column and line (from 1) of the disk. Rows of a map share their latitude and columns
-// their longitude, so the terms of the last point are kept and used again for the same bits.
+// Earth to column and line (from 1) of the disk.
 class EarthToImage {
 public:
     explicit EarthToImage(const NbHisdFile& file)
@@ -44,24 +42,11 @@ public:
     // are its direction as if the earth were clear; `limb` (km^2) is above 0 then.
     bool locate(double lon, double lat, double height, float* column, float* line, double* limb)
     {
-        if (!nbpSameBits(lat, lat_) || !nbpSameBits(height, height_)) {
-            lat_ = lat;
-            height_ = height;
-            goodLat_ = lat >= -90 && lat <= 90;
-            if (goodLat_)
-                meridian_ = nbpGeosMeridian(geos_, block_.ratio, lat * radPerDeg, height / 1000);
-        }
-        if (!nbpSameBits(lon, lon_)) {
-            lon_ = lon;
-            goodLon_ = lon != noPosition && std::isfinite(lon);
-            if (goodLon_) {
-                const double d = (nbpWrapLon(lon) - block_.subLon) * radPerDeg;
-                cosD_ = std::cos(d);
-                sinD_ = std::sin(d);
-            }
-        }
-        if (!goodLat_ || !goodLon_) return false;
-        const NbGeosSight sight = nbpGeosSight(geos_, meridian_, cosD_, sinD_);
+        const auto meridian = [this](double latRad, double heightKm) {
+            return nbpGeosMeridian(geos_, block_.ratio, latRad, heightKm);
+        };
+        NbGeosSight sight;
+        if (!place_.see(geos_, block_.subLon, lon, lat, height, meridian, &sight)) return false;
         *limb = sight.limb;
         const double x = nbpGeosAngleX(sight) * degPerRad;
         const double y = nbpGeosAngleY(sight) * degPerRad;
@@ -71,20 +56,12 @@ public:
     }
 
 private:
-    static constexpr double none = std::numeric_limits<double>::quiet_NaN();
     const NbHisdProjection& block_;
     NbGeosPara geos_;
-    double lat_ = none; // a NaN of other bits than this one is looked at like any number
-    double height_ = none;
-    double lon_ = none;
-    bool goodLat_ = false;
-    bool goodLon_ = false;
-    NbGeosMeridian meridian_{};
-    double cosD_ = 0;
-    double sinD_ = 0;
+    NbGeosPlace place_;
 };
 
-// Column and line (from 1) of the disk to earth, with the terms of the last ones kept.
+// Column and line (from 1) of the disk to earth.
 class ImageToEarth {
 public:
     explicit ImageToEarth(const NbHisdFile& file)
@@ -96,19 +73,9 @@ public:
     int convert(float pixel, float line, double* lon, double* lat)
     {
         if (pixel == noPositionF || line == noPositionF) return NB_NAV_INPUT;
-        if (!nbpSameBits(pixel, pixel_)) {
-            pixel_ = pixel;
-            const double x = angle(pixel, block_.coff, block_.cfac);
-            cosX_ = std::cos(x);
-            sinX_ = std::sin(x);
-        }
-        if (!nbpSameBits(line, line_)) {
-            line_ = line;
-            const double y = angle(line, block_.loff, block_.lfac);
-            cosY_ = std::cos(y);
-            sinY_ = std::sin(y);
-        }
-        const NbGeosHit hit = nbpGeosHit(geos_, cosX_, sinX_, cosY_, sinY_);
+        x_.turn(pixel, [this](double at) { return angle(at, block_.coff, block_.cfac); });
+        y_.turn(line, [this](double at) { return angle(at, block_.loff, block_.lfac); });
+        const NbGeosHit hit = nbpGeosHit(geos_, x_.cosine(), x_.sine(), y_.cosine(), y_.sine());
         if (!hit.meets) return NB_NAV_LINE;
         if (!hit.front) return NB_NAV_LIMB;
         const double east = nbpGeosLonRad(hit) * degPerRad + block_.subLon;
@@ -120,21 +87,13 @@ public:
     }
 
 private:
-    static double angle(float position, float offset, std::int32_t factor)
+    static double angle(double position, float offset, std::int32_t factor)
     {
-        return (static_cast<double>(position) + 1 - static_cast<double>(offset)) * radPerDeg /
-               (factor * 0x1p-16);
+        return (position + 1 - static_cast<double>(offset)) * radPerDeg / (factor * 0x1p-16);
     }
-    static constexpr float none = std::numeric_limits<float>::quiet_NaN();
     const NbHisdProjection& block_;
     NbGeosPara geos_;
-    float pixel_ = none;
-    float line_ = none;
-    // Not numbers, like the position that they belong to.
-    double cosX_ = std::numeric_limits<double>::quiet_NaN();
-    double sinX_ = cosX_;
-    double cosY_ = cosX_;
-    double sinY_ = cosX_;
+    NbGeosScan x_, y_;
 };
 
 NbImageLimits limitsOf(const NbHisdFile& file)

@@ -1,3 +1,4 @@
+#include "drivers/common/nbGeosTerms.h"
 #include "drivers/common/nbRawNav.h"
 #include "drivers/common/nbSameBits.h"
 #include "drivers/common/nbWrapLon.h"
@@ -14,7 +15,6 @@
 #include <cstddef>
 #include <cstdio>
 #include <cstring>
-#include <limits>
 #include <numbers>
 
 namespace {
@@ -45,8 +45,6 @@ NbImageLimits limitsOf(const NbHritFile& file)
 // The projections. Each has a way to the image, `locate`, which gives column and line from 1 and
 // error bits, and a way to the earth, `place`, from 0-based positions that lie in the image.
 
-// The disk. Rows of a map share their latitude and columns their longitude, so the terms of the
-// last point are kept and used again for the same bits.
 class DiskImage {
 public:
     explicit DiskImage(const NbHritFile& file) : p_(file.projection) {}
@@ -55,19 +53,9 @@ public:
     // are its direction as if the earth were clear; `limb` (km^2) is above 0 then.
     bool direct(double lon, double lat, double height, float* column, float* line, double* limb)
     {
-        if (!isPlace(lon, lat)) return false;
-        if (!nbpSameBits(lat, lat_) || !nbpSameBits(height, height_)) {
-            lat_ = lat;
-            height_ = height;
-            meridian_ = nbpHritMeridian(lat * radPerDeg, height / 1000);
-        }
-        if (!nbpSameBits(lon, lon_)) {
-            lon_ = lon;
-            const double d = (nbpWrapLon(lon) - p_.subLon) * radPerDeg;
-            cosD_ = std::cos(d);
-            sinD_ = std::sin(d);
-        }
-        const NbGeosSight sight = nbpGeosSight(hritGeos, meridian_, cosD_, sinD_);
+        NbGeosSight sight;
+        if (!place_.see(hritGeos, p_.subLon, lon, lat, height, nbpHritMeridian, &sight))
+            return false;
         *limb = sight.limb;
         const double x = nbpGeosAngleX(sight) * degPerRad;
         const double y = nbpGeosAngleY(sight) * degPerRad;
@@ -84,14 +72,8 @@ public:
     }
 
 private:
-    static constexpr double none = std::numeric_limits<double>::quiet_NaN();
     const NbHritProjection& p_;
-    double lat_ = none; // no place is not a number
-    double height_ = none;
-    double lon_ = none;
-    NbGeosMeridian meridian_{};
-    double cosD_ = 0;
-    double sinD_ = 0;
+    NbGeosPlace place_;
 };
 
 class DiskEarth {
@@ -100,19 +82,9 @@ public:
 
     int place(float pixel, float line, double* lon, double* lat)
     {
-        if (!nbpSameBits(pixel, pixel_)) {
-            pixel_ = pixel;
-            const double x = angle(pixel, p_.coff, p_.cfac);
-            cosX_ = std::cos(x);
-            sinX_ = std::sin(x);
-        }
-        if (!nbpSameBits(line, line_)) {
-            line_ = line;
-            const double y = angle(line, p_.loff, p_.lfac);
-            cosY_ = std::cos(y);
-            sinY_ = std::sin(y);
-        }
-        const NbGeosHit hit = nbpGeosHit(hritGeos, cosX_, sinX_, cosY_, sinY_);
+        x_.turn(pixel, [this](double at) { return angle(at, p_.coff, p_.cfac); });
+        y_.turn(line, [this](double at) { return angle(at, p_.loff, p_.lfac); });
+        const NbGeosHit hit = nbpGeosHit(hritGeos, x_.cosine(), x_.sine(), y_.cosine(), y_.sine());
         if (!hit.meets) return NB_NAV_LINE;
         if (!hit.front) return NB_NAV_LIMB;
         const double east = nbpGeosLonRad(hit) * degPerRad + p_.subLon;
@@ -122,18 +94,12 @@ public:
     }
 
 private:
-    static double angle(float position, std::int32_t offset, std::int32_t factor)
+    static double angle(double position, std::int32_t offset, std::int32_t factor)
     {
-        return (static_cast<double>(position) + 1 - offset) * radPerDeg / perUnit(factor);
+        return (position + 1 - offset) * radPerDeg / perUnit(factor);
     }
-    static constexpr double none = std::numeric_limits<double>::quiet_NaN();
     const NbHritProjection& p_;
-    float pixel_ = std::numeric_limits<float>::quiet_NaN(); // outside every image
-    float line_ = std::numeric_limits<float>::quiet_NaN();
-    double cosX_ = none;
-    double sinX_ = none;
-    double cosY_ = none;
-    double sinY_ = none;
+    NbGeosScan x_, y_;
 };
 
 // Polar stereographic on a sphere; the plane's unit is twice its radius.

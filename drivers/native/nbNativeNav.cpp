@@ -1,4 +1,4 @@
-#include "drivers/common/nbGeos.h"
+#include "drivers/common/nbGeosTerms.h"
 #include "drivers/common/nbRawNav.h"
 #include "drivers/common/nbSameBits.h"
 #include "drivers/common/nbWrapLon.h"
@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 namespace {
 
@@ -61,8 +60,6 @@ NbGeosMeridian meridianOf(double latRad, double heightKm)
     return {.axis = r * w, .north = r * u};
 }
 
-// Earth to image. Rows of a map share their latitude and columns their longitude, so the terms of
-// the last point are kept and used again for the same bits.
 class EarthToImage {
 public:
     explicit EarthToImage(const NbNativeFile& file) : view_(file) {}
@@ -71,23 +68,9 @@ public:
     // the limb are its direction as if the earth were clear; `limb` (km^2) is above 0 then.
     bool locate(double lon, double lat, double height, float* pixel, float* line, double* limb)
     {
-        if (!nbpSameBits(lat, lat_) || !nbpSameBits(height, height_)) {
-            lat_ = lat;
-            height_ = height;
-            goodLat_ = lat >= -90 && lat <= 90;
-            if (goodLat_) meridian_ = meridianOf(lat * radPerDeg, height / 1000);
-        }
-        if (!nbpSameBits(lon, lon_)) {
-            lon_ = lon;
-            goodLon_ = lon != noPosition && std::isfinite(lon);
-            if (goodLon_) {
-                const double d = (nbpWrapLon(lon) - view_.subLon) * radPerDeg;
-                cosD_ = std::cos(d);
-                sinD_ = std::sin(d);
-            }
-        }
-        if (!goodLat_ || !goodLon_) return false;
-        const NbGeosSight sight = nbpGeosSight(nativeGeos, meridian_, cosD_, sinD_);
+        NbGeosSight sight;
+        if (!place_.see(nativeGeos, view_.subLon, lon, lat, height, meridianOf, &sight))
+            return false;
         *limb = sight.limb;
         const double x = nbpGeosAngleX(sight);
         const double y = nbpGeosAngleY(sight);
@@ -97,19 +80,10 @@ public:
     }
 
 private:
-    static constexpr double none = std::numeric_limits<double>::quiet_NaN();
     View view_;
-    double lat_ = none; // a NaN of other bits than this one is looked at like any number
-    double height_ = none;
-    double lon_ = none;
-    bool goodLat_ = false;
-    bool goodLon_ = false;
-    NbGeosMeridian meridian_{};
-    double cosD_ = 0;
-    double sinD_ = 0;
+    NbGeosPlace place_;
 };
 
-// Image to earth, with the terms of the last pixel and line kept.
 class ImageToEarth {
 public:
     explicit ImageToEarth(const NbNativeFile& file) : view_(file) {}
@@ -117,19 +91,10 @@ public:
     // Outputs stay as they are where the line of sight has no point.
     void convert(float pixel, float line, double* lon, double* lat)
     {
-        if (const auto wide = static_cast<double>(pixel); !nbpSameBits(wide, pixel_)) {
-            pixel_ = wide;
-            const double x = (pixel_ + 1 - view_.coff) / (view_.cfac * 0x1p-16);
-            cosX_ = std::cos(x);
-            sinX_ = std::sin(x);
-        }
-        if (const auto wide = static_cast<double>(line); !nbpSameBits(wide, line_)) {
-            line_ = wide;
-            const double y = (line_ + 1 - view_.loff) / (view_.lfac * 0x1p-16);
-            cosY_ = std::cos(y);
-            sinY_ = std::sin(y);
-        }
-        const NbGeosHit hit = nbpGeosHit(nativeGeos, cosX_, sinX_, cosY_, sinY_);
+        x_.turn(pixel, [&](double at) { return (at + 1 - view_.coff) / (view_.cfac * 0x1p-16); });
+        y_.turn(line, [&](double at) { return (at + 1 - view_.loff) / (view_.lfac * 0x1p-16); });
+        const NbGeosHit hit =
+            nbpGeosHit(nativeGeos, x_.cosine(), x_.sine(), y_.cosine(), y_.sine());
         if (!hit.meets || !hit.front) return;
         const double east = nbpGeosLonRad(hit) * degPerRad + view_.subLon;
         const double north = nbpGeosLatRad(nativeGeos, hit) * degPerRad;
@@ -139,13 +104,8 @@ public:
     }
 
 private:
-    static constexpr double none = std::numeric_limits<double>::quiet_NaN();
     View view_;
-    double pixel_ = none;
-    double line_ = none;
-    // Not numbers, like the position that they belong to.
-    double cosX_ = none, sinX_ = none;
-    double cosY_ = none, sinY_ = none;
+    NbGeosScan x_, y_;
 };
 
 // Time of a position, MJD; nativeNoTime for none. The last line has none.
