@@ -1,5 +1,6 @@
 # What goes where, and the Debian packages of it. A component is a package.
-set(lib COMPONENT libnimbl0)
+set(lib_package libnimbl${nimbl_interface})
+set(lib COMPONENT ${lib_package})
 set(dev COMPONENT libnimbl-dev)
 set(programs COMPONENT nimbex)
 

@@ -6,7 +6,7 @@ set(CPACK_PACKAGE_CONTACT "nimbex maintainers <maintainers@nimbex.example>")
 # A package belongs below the prefix that its programs know.
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL nimbex libnimbl0 libnimbl-dev python3-nimbl)
+set(CPACK_COMPONENTS_ALL nimbex ${lib_package} libnimbl-dev python3-nimbl)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
@@ -34,14 +34,15 @@ function(nimbex_package name section depends summary text)
 endfunction()
 nimbex_compress(${CMAKE_SOURCE_DIR}/packaging/changelog ${CMAKE_BINARY_DIR}/man/changelog.gz)
 
-set(same "libnimbl0 (= ${PROJECT_VERSION})")
+set(same "${lib_package} (= ${PROJECT_VERSION})")
 nimbex_package(nimbex science "" "converter of weather-satellite images to gridded files"
   "This package holds the programs.")
 set(CPACK_DEBIAN_NIMBEX_PACKAGE_RECOMMENDS pvrg-jpeg)
-nimbex_package(libnimbl0 libs "" "weather-satellite images, map projections - shared library"
+nimbex_package(${lib_package} libs "" "weather-satellite images, map projections - shared library"
   "This package holds the library behind it, which has an interface in C.")
-set(CPACK_DEBIAN_LIBNIMBL0_PACKAGE_CONTROL_EXTRA ${CMAKE_SOURCE_DIR}/packaging/triggers)
-set(CPACK_DEBIAN_LIBNIMBL0_PACKAGE_SUGGESTS nimbex) # for the map data and the JPEG adapter
+string(TOUPPER ${lib_package} lib_upper)
+set(CPACK_DEBIAN_${lib_upper}_PACKAGE_CONTROL_EXTRA ${CMAKE_SOURCE_DIR}/packaging/triggers)
+set(CPACK_DEBIAN_${lib_upper}_PACKAGE_SUGGESTS nimbex) # for the map data and the JPEG adapter
 nimbex_package(libnimbl-dev libdevel "${same}"
   "weather-satellite images, map projections - development files"
   "This package holds the headers, the static library and the manual of its

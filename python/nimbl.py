@@ -100,18 +100,21 @@ class NbSatObject(ctypes.Structure):
         "ResetAtt")]
 
 
+# Releases of one minor version have one interface.
+_SONAME = "libnimbl.so." + __version__.rpartition(".")[0]
+
+
 def _library_places():
-    soname = "libnimbl.so.0"
     if os.environ.get("NIMBL_LIBRARY"):
         return [os.environ["NIMBL_LIBRARY"]]
     here = os.path.dirname(os.path.abspath(__file__))
-    places = [os.path.join(here, soname)]
+    places = [os.path.join(here, _SONAME)]
     above = here
     for _ in range(4):  # lib/python3/dist-packages, or a folder less or more
         above = os.path.dirname(above)
         for folder in ("lib", "lib64", "lib/*-linux-*"):
-            places += sorted(glob.glob(os.path.join(glob.escape(above), folder, soname)))
-    return [place for place in places if os.path.exists(place)] + [soname]
+            places += sorted(glob.glob(os.path.join(glob.escape(above), folder, _SONAME)))
+    return [place for place in places if os.path.exists(place)] + [_SONAME]
 
 
 def _load():
@@ -120,8 +123,8 @@ def _load():
         # thread, nor an Image that the garbage collector closes there, enters it meanwhile.
         library = ctypes.PyDLL(_library_places()[0])
     except OSError as error:
-        raise NimblError("the library libnimbl.so.0 does not load (%s); NIMBL_LIBRARY may hold "
-                         "its path" % error) from None
+        raise NimblError("the library %s does not load (%s); NIMBL_LIBRARY may hold its path"
+                         % (_SONAME, error)) from None
     integer, record = ctypes.c_int, ctypes.POINTER(NbSatObject)
     floats, doubles = ctypes.POINTER(ctypes.c_float), ctypes.POINTER(ctypes.c_double)
     integers, text = ctypes.POINTER(ctypes.c_int), ctypes.c_char_p

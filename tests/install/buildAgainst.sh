@@ -26,7 +26,8 @@ else
     "$cmake" --build "$work" >/dev/null
 fi
 
-readelf -d "$work/with_shared" | grep -q 'NEEDED.*libnimbl\.so\.0'
+version=$(sed -n 's/^Version: //p' "$pc")
+readelf -d "$work/with_shared" | grep -qF "[libnimbl.so.${version%.*}]"
 if readelf -d "$work/with_static" | grep libnimbl; then exit 1; fi
 for kind in shared static; do
     "$work/with_$kind" "$scenes/infrared.dat" | diff "$scenes/c.txt" -

@@ -9,13 +9,13 @@ library=$(find "$prefix" -name libnimbl.so)
 headers=$prefix/include/nimbl
 same() { diff "$1" "$2" || { echo "$3" >&2; exit 1; }; }
 
-nm -D --defined-only "$library" | sed -n 's/.* T \([A-Za-z0-9_]*\)@@NIMBL_0$/\1/p' |
+nm -D --defined-only "$library" | sed -n 's/.* T \([A-Za-z0-9_]*\)@@NIMBL_0.1$/\1/p' |
     sort >"$work/exported"
 [ "$(wc -l <"$work/exported")" -gt 300 ]
 # Nothing else but data and the version's own name: no C++.
-nm -D --defined-only "$library" | awk '$2 != "T" && $2 != "B" && $2 != "D" && $3 != "NIMBL_0"' \
+nm -D --defined-only "$library" | awk '$2 != "T" && $2 != "B" && $2 != "D" && $3 != "NIMBL_0.1"' \
     >"$work/others"
-same "$work/others" /dev/null "neither functions nor settings: cmake/nimbl.map has to keep them inside"
+same "$work/others" /dev/null "neither functions nor settings: cmake/nimbl.map.in has to keep them inside"
 
 # The compiler's own list of prototypes.
 echo '#include <nimbl.h>' >"$work/all.c"
@@ -24,7 +24,7 @@ sed -n "s|^/\* $headers.* extern .*[ *]\([A-Za-z0-9_]*\) (.*|\1|p" "$work/protot
     grep -v '^nbp[A-Z]' | sort -u >"$work/declared"
 same "$work/exported" "$work/declared" "exported (<) against declared (>)"
 
-nm -D --defined-only "$library" | sed -n 's/.* [BD] \(.*\)@@NIMBL_0$/\1/p' | sort >"$work/data"
+nm -D --defined-only "$library" | sed -n 's/.* [BD] \(.*\)@@NIMBL_0.1$/\1/p' | sort >"$work/data"
 while read -r name; do
     grep -rqE "^extern .*[ *]${name}[;[]" "$headers" ||
         { echo "$name is exported and not declared" >&2; exit 1; }
