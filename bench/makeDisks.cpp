@@ -1,6 +1,6 @@
 // Writes a full disk of each geostationary format into a directory, and beside each a plain disk of
 // as many counts in the layout that the floor reads ("FORMAT.floor"): the input of
-// peers/formats.py. With --small: an image of a few hundred pixels of every format, for
+// peers/formats.py. With --small: an image of few pixels of every format, for
 // scripts/memcheck.
 #include "tests/synth/synthGvar.h"
 #include "tests/synth/synthHisd.h"
@@ -45,8 +45,9 @@ void makeSmall()
 {
     put("hisd", SynthHisd{});
     put("hrit", SynthHrit{});
+    // From the grid's south-eastern corner: the earth begins some way up and left of it.
     put("native",
-        SynthNative{.channels = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, .columns = 220, .lines = 220});
+        SynthNative{.channels = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, .columns = 1856, .lines = 320});
     put("gvar", SynthGvar{.north = 7401, .south = 8408, .west = 14601, .east = 16000});
     put("vissr", SynthVissr{});
     put("rdat", SynthRdat{});
