@@ -3,6 +3,37 @@
 #include <cerrno>
 #include <sys/stat.h>
 
+namespace {
+
+// Whether this errno says nothing of the name that was to be opened: the system could not, or a
+// device or a network gave an error.
+bool isSystems(int error)
+{
+    switch (error) {
+    case ENOENT:
+    case ENOTDIR:
+    case EISDIR:
+    case EACCES:
+    case EPERM:
+    case ELOOP:
+    case ENAMETOOLONG:
+    case ENXIO:
+    case ENODEV:
+        return false;
+    default:
+        return true;
+    }
+}
+
+bool readStatus(std::FILE* f, struct stat* status)
+{
+    if (fstat(fileno(f), status) == 0) return true;
+    ++nbpReadFailures;
+    return false;
+}
+
+} // namespace
+
 NbFilePtr nbpFileOpenRead(const char* path, bool buffered)
 {
     struct stat status = {};
@@ -17,11 +48,20 @@ NbFilePtr nbpFileOpenText(const char* path)
 {
     if (path == nullptr) return nullptr;
     NbFilePtr file(std::fopen(path, "rbe")); // e: not handed on to programs that are run
+    if (file == nullptr && isSystems(errno)) ++nbpReadFailures;
     if (file == nullptr) return nullptr;
     struct stat status = {};
     // A directory opens for reading and fails only at the first read.
-    if (fstat(fileno(file.get()), &status) != 0 || S_ISDIR(status.st_mode)) return nullptr;
+    if (!readStatus(file.get(), &status) || S_ISDIR(status.st_mode)) return nullptr;
     return file;
+}
+
+bool nbpFileExists(const char* path)
+{
+    struct stat status = {};
+    if (stat(path, &status) == 0) return true;
+    if (isSystems(errno)) ++nbpReadFailures;
+    return false;
 }
 
 bool nbpFileSeek(std::FILE* f, std::int64_t offset)
@@ -41,6 +81,6 @@ std::int64_t nbpFilePosition(std::FILE* f)
 std::int64_t nbpFileSize(std::FILE* f)
 {
     struct stat status = {};
-    if (f == nullptr || fstat(fileno(f), &status) != 0 || !S_ISREG(status.st_mode)) return -1;
+    if (f == nullptr || !readStatus(f, &status) || !S_ISREG(status.st_mode)) return -1;
     return status.st_size;
 }

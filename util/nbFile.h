@@ -7,9 +7,9 @@
 #include <cstdio>
 #include <memory>
 
-// How often reading a file has failed in this process. A file that ends early is no failure; a
-// device or a network that gives an error is. Drivers go on without the lines that they could not
-// read; who must know that nothing is missing compares before and after.
+// How often reading a file has failed in this process. A file that is not there, may not be read or
+// ends early is no failure; a device or a network that gives an error is. Drivers go on without the
+// lines that they could not read; who must know that nothing is missing compares before and after.
 inline std::atomic<long> nbpReadFailures = 0;
 
 struct NbFileCloser {
@@ -30,6 +30,9 @@ NbFilePtr nbpFileOpenRead(const char* path, bool buffered = true);
 
 /** The same for a text that is read once, from its start to its end: it may come from a pipe. */
 NbFilePtr nbpFileOpenText(const char* path);
+
+/** Whether the name leads to anything. An error of the system's counts as a failed reading. */
+bool nbpFileExists(const char* path);
 
 /** Moves to an offset from the file's start. False when that fails. */
 bool nbpFileSeek(std::FILE* f, std::int64_t offset);
