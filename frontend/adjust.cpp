@@ -2,6 +2,8 @@
 
 #include "drivers/vissr/nbVissr.h"
 #include "frontend/coverage.h"
+#include "frontend/outputFile.h"
+#include "frontend/recover.h"
 #include "sat/nbLm.h"
 #include "sat/nbSat.h"
 #include "sat/nbSatAnalSatId.h"
@@ -10,7 +12,6 @@
 #include "util/nbNumber.h"
 
 #include <cstdio>
-#include <sys/stat.h>
 
 namespace {
 
@@ -22,8 +23,7 @@ std::optional<std::string> findLandmarkMap(const NbSettings& settings)
     constexpr const char* name = "nbMap30.dat";
     if (settings.dataDirectory) {
         std::string path = *settings.dataDirectory + name;
-        struct stat file;
-        if (stat(path.c_str(), &file) != 0) return std::nullopt;
+        if (!nbpFileExists(path.c_str())) return std::nullopt;
         return path;
     }
     const char* const directory = nbpSatFindDataDir(name);
@@ -102,8 +102,13 @@ NbLandmarkResult adjustByLandmark(NbSatObject* object, const std::string& inputN
 void writeShiftFile(const NbSettings& settings)
 {
     if (!settings.shiftName) return;
-    const NbFilePtr file(std::fopen(settings.shiftName->c_str(), "we"));
-    if (!file) return;
-    std::fprintf(file.get(), "%f,%f\n", static_cast<double>(settings.offsetX),
-                 static_cast<double>(settings.offsetY));
+    NbOutputFile file;
+    if (file.open(*settings.shiftName) != 0) return;
+    const int written =
+        std::fprintf(file.stream(), "%f,%f\n", static_cast<double>(settings.offsetX),
+                     static_cast<double>(settings.offsetY));
+    if (written < 0 || std::fflush(file.stream()) != 0)
+        file.fail(NB_RUN_SHORT_WRITE, "cannot write the shift");
+    else
+        file.finish();
 }

@@ -33,6 +33,7 @@ NbLandmarkResult adjustByLandmark(NbSatObject* object, const std::string& inputN
 
 /**
  * Writes the shift to the file that a shift was read from, as it is, so that the next run can
- * start from it without a rate. Without such a file, or when it does not open, nothing happens.
+ * start from it without a rate. Without such a file nothing happens; one that cannot be written is
+ * as it was, which is said on standard error.
  */
 void writeShiftFile(const NbSettings& settings);

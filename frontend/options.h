@@ -2,6 +2,8 @@
 /**
  * The settings of a run, and the command line that fills them.
  */
+#include "util/nbFile.h"
+
 #include <optional>
 #include <span>
 #include <string>
@@ -43,6 +45,9 @@ struct NbSettings {
     int correction = 0;    // goes to the header as it stands
     int nameColumn = 0;    // column of the channel names, 0 to 2
     int sensorWord = 0;    // 1: the label begins with a fixed sensor, not with the satellite
+
+    // Of this process, before the command line had its own files read.
+    long earlierReadFailures = nbpReadFailures;
 };
 
 /** Settings of a command line without the program's own name. */

@@ -265,9 +265,27 @@ std::vector<std::uint16_t> makeConversion(const NbSettings& settings, int source
     return nearestLevels(levels.source, levels.output, sourceLevels);
 }
 
+// What has failed in this process so far.
+struct Failures {
+    long memory = nbpMemoryFailures;
+    long reads = nbpReadFailures;
+};
+
+// The library goes on without what it cannot read or hold. Such an image looks like any other, so
+// it is not written.
+int checkWhole(const Failures& before)
+{
+    const Failures now;
+    const bool lacksMemory = now.memory != before.memory;
+    if (!lacksMemory && now.reads == before.reads) return NB_RUN_COMPLETE;
+    complain("%s, and parts of the image may be missing",
+             lacksMemory ? "memory ran out" : "an input file gave an error while it was read");
+    return lacksMemory ? NB_RUN_NO_MEMORY : NB_RUN_INPUT;
+}
+
 // The levels of one channel, its label and its tables.
 int makeChannelImage(NbSettings& settings, const Source& source, const std::string& prefix,
-                     NbInputs& inputs, NbProjPara& map, Image& image)
+                     const Failures& before, NbInputs& inputs, NbProjPara& map, Image& image)
 {
     NbSatObject* const object = inputs.first();
     const auto elements = channelElements(source.channelName, settings.nameColumn, prefix);
@@ -285,6 +303,7 @@ int makeChannelImage(NbSettings& settings, const Source& source, const std::stri
         const NbLandmarkResult found = adjustByLandmark(object, name, map, settings);
         if (found == NbLandmarkResult::NotFound) return NB_RUN_FAILED;
         if (found == NbLandmarkResult::Matched) {
+            if (const int code = checkWhole(before); code != 0) return code;
             const auto& shiftName = settings.shiftName;
             if (shiftName && isInputFile(shiftName->c_str(), settings.inputName, name))
                 complain("%s: the shift is not written over the input", shiftName->c_str());
@@ -314,28 +333,9 @@ int makeDifferenceImage(const NbSettings& settings, const NbDifference& differen
     return NB_RUN_COMPLETE;
 }
 
-// What has failed in this process so far.
-struct Failures {
-    long memory = nbpMemoryFailures;
-    long reads = nbpReadFailures;
-};
-
-// The library goes on without what it cannot read or hold. Such an image looks like any other, so
-// it is not written.
-int checkWhole(const Failures& before)
-{
-    const Failures now;
-    const bool lacksMemory = now.memory != before.memory;
-    if (!lacksMemory && now.reads == before.reads) return NB_RUN_COMPLETE;
-    complain("%s, and parts of the image may be missing",
-             lacksMemory ? "memory ran out" : "an input file gave an error while it was read");
-    return lacksMemory ? NB_RUN_NO_MEMORY : NB_RUN_INPUT;
-}
-
 // Converts into `out`, which it opens when all is ready to be written.
-int convert(NbSettings& settings, NbOutputFile& out)
+int convert(NbSettings& settings, const Failures& before, NbOutputFile& out)
 {
-    const Failures before;
     NbInputs inputs;
     Source source;
     NbProjPara map{};
@@ -347,6 +347,7 @@ int convert(NbSettings& settings, NbOutputFile& out)
         code = difference != nullptr ? readFirstChannel(settings, *difference, inputs, source)
                                      : readChannel(settings, inputs, source);
     if (code == 0) code = setUpMap(settings, source, inputs, map);
+    if (code == 0) code = checkWhole(before); // what the run rests on: settings, names, headers
     if (code != 0) return code;
     // Before the coverage is sought, which takes long on a large grid: one that memory cannot hold
     // ends at once.
@@ -372,7 +373,7 @@ int convert(NbSettings& settings, NbOutputFile& out)
     const std::string prefix = labelPrefix(header.satelliteWord, settings.sensorWord == 1);
     code = difference != nullptr
                ? makeDifferenceImage(settings, *difference, source, prefix, inputs, map, image)
-               : makeChannelImage(settings, source, prefix, inputs, map, image);
+               : makeChannelImage(settings, source, prefix, before, inputs, map, image);
     if (code != 0) return code;
     header.label = image.label;
     if (settings.versionCode > 10) fillSatellite(object, header);
@@ -395,13 +396,19 @@ int runConversion(NbSettings settings)
     // has a code, not the end of the process.
     std::signal(SIGXFSZ, SIG_IGN);
     std::signal(SIGPIPE, SIG_IGN);
+    // Where the parent ignores it, as its children would, no decoder's end could be waited for.
+    std::signal(SIGCHLD, SIG_DFL);
     return nbpGuard("nimbex", int{NB_RUN_NO_MEMORY}, [&] {
         NbOutputFile out;
         int code = NB_RUN_COMPLETE;
+        const Failures before{.reads = settings.earlierReadFailures};
         {
             const NbProgressLine progress;
-            code = convert(settings, out);
+            code = convert(settings, before, out);
         }
+        // An element that there was no room for is not unknown.
+        if (code == NB_RUN_UNKNOWN_CHANNEL && Failures().memory != before.memory)
+            code = NB_RUN_NO_MEMORY;
         if (code == 0 && settings.compress) code = compressFile(out);
         return code == 0 ? out.finish() : code;
     });

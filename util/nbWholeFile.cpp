@@ -78,6 +78,8 @@ NbFileFault NbWholeFile::open(const std::string& path)
     struct stat old {};
     replaces_ = stat(path.c_str(), &old) == 0;
     const bool isNew = !replaces_ && errno == ENOENT && !path.empty();
+    // What it is cannot be told, so nothing may be written into it.
+    if (!replaces_ && !isNew) return fail(NbFileFault::Open);
     if (isNew || (replaces_ && S_ISREG(old.st_mode))) {
         // A file that may not be written may not be replaced either.
         if (replaces_ && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
