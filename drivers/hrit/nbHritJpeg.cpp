@@ -7,8 +7,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
-#include <dirent.h>
 #include <fcntl.h>
+#include <ftw.h>
 #include <string_view>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -38,6 +38,12 @@ bool isPlain(std::string_view path)
     return path.starts_with('/') && std::ranges::all_of(path, plain);
 }
 
+int removeOne(const char* path, const struct stat*, int, FTW*)
+{
+    std::remove(path);
+    return 0; // go on with the others
+}
+
 // A directory of a decoder's run, under TMPDIR when that is a plain path. It goes with all that is
 // in it.
 class RunDirectory {
@@ -51,13 +57,8 @@ public:
     }
     ~RunDirectory()
     {
-        if (!made_) return;
-        if (DIR* list = opendir(path_.c_str()); list != nullptr) {
-            while (const dirent* entry = readdir(list))
-                unlinkat(dirfd(list), entry->d_name, 0); // not "." and ".."
-            closedir(list);
-        }
-        rmdir(path_.c_str());
+        constexpr int openFolders = 8;
+        if (made_) nftw(path_.c_str(), removeOne, openFolders, FTW_DEPTH | FTW_PHYS);
     }
     RunDirectory(const RunDirectory&) = delete;
     RunDirectory& operator=(const RunDirectory&) = delete;
