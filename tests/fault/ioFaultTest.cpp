@@ -1,6 +1,6 @@
 // Files that fail somewhere in a whole conversion, and a run that is killed there.
 #include "frontend/recover.h"
-#include "tests/support/conversions.h"
+#include "tests/support/faultRuns.h"
 #include "tests/support/ioFailure.h"
 
 #include <csignal>
@@ -18,67 +18,45 @@ struct Fault {
     std::set<int> codes; // of all formats together, but for 0
 };
 
+const std::set<int> readCodes = {NB_RUN_INPUT, NB_RUN_NO_COVERAGE, NB_RUN_SHORT_READ};
+const std::set<int> writeCodes = {NB_RUN_INPUT, NB_RUN_OUTPUT_OPEN, NB_RUN_SHORT_WRITE,
+                                  NB_RUN_FAILED};
 const Fault faults[] = {
     {"open", IoCall::Open, IoFault::Error, {NB_RUN_INPUT, NB_RUN_OUTPUT_OPEN}},
-    {"read", IoCall::Read, IoFault::Error, {NB_RUN_INPUT, NB_RUN_NO_COVERAGE, NB_RUN_SHORT_READ}},
+    {"read", IoCall::Read, IoFault::Error, readCodes},
+    {"lost device", IoCall::Read, IoFault::Lasting, readCodes},
     {"seek", IoCall::Seek, IoFault::Error, {NB_RUN_INPUT, NB_RUN_NO_COVERAGE}},
-    {"write",
-     IoCall::Write,
-     IoFault::Error,
-     {NB_RUN_SHORT_WRITE, NB_RUN_FAILED, NB_RUN_OUTPUT_OPEN}},
-    {"short write",
-     IoCall::Write,
-     IoFault::Short,
-     {NB_RUN_SHORT_WRITE, NB_RUN_FAILED, NB_RUN_OUTPUT_OPEN}},
+    // 73: an input that cannot be handed to its decoder.
+    {"write", IoCall::Write, IoFault::Error, writeCodes},
+    {"short write", IoCall::Write, IoFault::Short, writeCodes},
+    {"full disk", IoCall::Write, IoFault::Lasting, writeCodes},
     {"close", IoCall::Close, IoFault::Error, {NB_RUN_CLOSE}},
     {"rename", IoCall::Rename, IoFault::Error, {NB_RUN_OUTPUT_OPEN}},
     // A name that cannot be taken, but written: the file itself takes the bytes.
     {"refused rename", IoCall::Rename, IoFault::Refuse, {}},
+    {"stat", IoCall::Stat, IoFault::Error, {NB_RUN_INPUT, NB_RUN_OUTPUT_OPEN}},
+    {"no stat",
+     IoCall::Stat,
+     IoFault::Lasting,
+     {NB_RUN_INPUT, NB_RUN_OUTPUT_OPEN}}, // there is no decoder either
+    {"mkdtemp", IoCall::Folder, IoFault::Error, {NB_RUN_INPUT}},
+    {"fork", IoCall::Fork, IoFault::Error, {NB_RUN_INPUT}},
+    {"exec", IoCall::Exec, IoFault::Error, {NB_RUN_INPUT}},
+    {"interrupted wait", IoCall::Wait, IoFault::Error, {}},
 };
-
-// Runs a conversion of each format again and again, `makeFault(k)` in force, until a run has fewer
-// calls than k; hands each code, and the output's bytes where it was written, to `check`.
-template <class MakeFault, class Check>
-void sweep(MakeFault makeFault, Check check)
-{
-    for (const Conversion& conversion : conversions()) {
-        StderrCapture quiet;
-        ConversionFolder folder(conversion, "-z");
-        ASSERT_EQ(folder.run(), 0) << conversion.format;
-        const Bytes good = folder.output();
-        const long descriptors = openDescriptors();
-        int k = 1;
-        for (bool more = true; more; ++k) {
-            folder.reset();
-            int code = -1;
-            {
-                auto failure = makeFault(folder, k);
-                code = folder.run();
-                more = failure.fired();
-            }
-            const std::string where = conversion.format + ", call " + std::to_string(k);
-            check(code, folder.output() == good, where);
-            EXPECT_TRUE(code == 0 || folder.isAsBefore()) << where;
-            EXPECT_TRUE(folder.isTidy()) << where;
-        }
-        EXPECT_GT(k, 2) << conversion.format;
-        EXPECT_TRUE(folder.inputIsUntouched()) << conversion.format;
-        EXPECT_EQ(openDescriptors(), descriptors) << conversion.format;
-    }
-}
 
 } // namespace
 
-// Either a code says so and the old output stays, or the output is the good one.
 TEST(ConversionIo, EveryFailureEndsTheRunOrChangesNothing)
 {
+    const auto runs = allRuns();
     for (const Fault& fault : faults) {
         std::set<int> codes;
-        sweep([&](auto&, int k) { return IoFailure(fault.call, fault.fault, k); },
-              [&](int code, bool isGood, const std::string& where) {
-                  if (code != 0) codes.insert(code);
-                  EXPECT_TRUE(code != 0 || isGood) << fault.name << ", " << where;
-              });
+        const bool isLong = fault.call == IoCall::Read || fault.call == IoCall::Stat ||
+                            fault.fault != IoFault::Error;
+        const auto fail = [&](int k) { return IoFailure(fault.call, fault.fault, k); };
+        for (const Conversion& run : runs)
+            codes.merge(sweep(run, fail, isLong ? run.stride : 1).codes);
         EXPECT_EQ(codes, fault.codes) << fault.name;
     }
 }
@@ -88,10 +66,12 @@ TEST(ConversionIo, AnInputThatEndsEarlyOrVanishesBeforeAnyCallHasACode)
 {
     const std::set<int> told = {NB_RUN_COMPLETE, NB_RUN_INPUT, NB_RUN_NO_COVERAGE,
                                 NB_RUN_SHORT_READ};
-    sweep([](auto&, int k) { return IoFailure(IoCall::Read, IoFault::Short, k); },
-          [&](int code, bool, const std::string& where) {
-              EXPECT_TRUE(told.contains(code)) << where << ": " << code;
-          });
+    for (const Conversion& conversion : allRuns()) {
+        const Sweep cut = sweep(
+            conversion, [](int k) { return IoFailure(IoCall::Read, IoFault::Short, k); },
+            conversion.stride, true);
+        EXPECT_TRUE(std::ranges::includes(told, cut.codes)) << conversion.format;
+    }
     for (const Conversion& conversion : conversions()) {
         for (const off_t size : {-1, 0, 5000}) { // -1: the name goes
             StderrCapture quiet;
@@ -125,15 +105,19 @@ TEST(ConversionIo, AnInputThatEndsEarlyOrVanishesBeforeAnyCallHasACode)
 TEST(ConversionIo, AKilledRunLeavesTheOldOutputOrTheWholeNewOne)
 {
     const Conversion hisd = conversions().front();
-    for (const int signal : {SIGTERM, SIGKILL}) {
-        ConversionFolder folder(hisd, "-z");
+    const Conversion decoded = furtherRuns().back();
+    for (const auto& [run, signal] :
+         {std::pair(hisd, SIGTERM), {hisd, SIGKILL}, {decoded, SIGTERM}}) {
+        ConversionFolder folder(run, "-z");
+        const DecoderScene decoder(folder.dir.path(), DecoderScene::copies);
         StderrCapture quiet;
         ASSERT_EQ(folder.run(), 0);
         const Bytes good = folder.output();
         folder.reset();
-        for (int k = 1;; ++k) {
+        for (int k = 1;; k += run.stride) {
             const pid_t child = fork();
             if (child == 0) {
+                std::signal(signal, SIG_DFL); // as a new process has it
                 IoFailure failure(
                     IoCall::Any, [&] { raise(signal); }, k);
                 _exit(folder.run());
@@ -150,6 +134,50 @@ TEST(ConversionIo, AKilledRunLeavesTheOldOutputOrTheWholeNewOne)
         EXPECT_EQ(folder.output(), good);
         EXPECT_TRUE(folder.inputIsUntouched());
     }
+}
+
+TEST(ConversionIo, WhateverTheDecoderDoesTheRunEndsAsItShould)
+{
+    const std::string copies = std::string("cp \"$2.jpg\" \"$2.jpg.0\"; ");
+    const struct {
+        std::string script;
+        int code;
+    } cases[] = {
+        {copies, NB_RUN_COMPLETE},
+        {copies + "head -c 9999 /dev/zero >> \"$2.jpg.0\"", NB_RUN_COMPLETE}, // more than needed
+        {copies + "mkdir -p \"$2.more/a\"; touch \"$2.more/a/b\"", NB_RUN_COMPLETE},
+        {"head -c 3199 \"$2.jpg\" > \"$2.jpg.0\"", NB_RUN_INPUT}, // of 40 x 40 x 2
+        {copies + "kill -SEGV $$", NB_RUN_INPUT},
+        {"exec <&- >&- 2>&-", NB_RUN_INPUT},
+        {"exec cat /dev/zero > \"$2.jpg.0\"", NB_RUN_INPUT}, // without end
+        {copies + "rm \"$2.jpg\" \"$2.jpg.0\"; rmdir \"${2%/*}\"", NB_RUN_INPUT},
+    };
+    ConversionFolder folder(furtherRuns().back());
+    StderrCapture quiet;
+    Bytes good;
+    for (const auto& [script, code] : cases) {
+        folder.reset();
+        const DecoderScene decoder(folder.dir.path(), script);
+        EXPECT_EQ(folder.run(), code) << script;
+        if (good.empty()) good = folder.output();
+        EXPECT_TRUE(code == 0 ? folder.output() == good : folder.isAsBefore()) << script;
+        EXPECT_TRUE(folder.isTidy()) << script;
+        EXPECT_TRUE(folder.inputIsUntouched()) << script;
+    }
+    folder.reset();
+    const DecoderScene decoder(folder.dir.path(), DecoderScene::copies);
+    {
+        // Somebody else in the process takes the decoder's status.
+        IoFailure taken(
+            IoCall::Wait, [] { waitpid(-1, nullptr, 0); }, 1);
+        EXPECT_EQ(folder.run(), NB_RUN_INPUT);
+        EXPECT_TRUE(taken.fired() && folder.isAsBefore() && folder.isTidy());
+    }
+    // A parent that does not care for its own children hands that on.
+    const auto before = std::signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(folder.run(), NB_RUN_COMPLETE);
+    std::signal(SIGCHLD, before);
+    EXPECT_EQ(folder.output(), good);
 }
 
 TEST(ConversionIo, AnUnreadableInputIsRefused)

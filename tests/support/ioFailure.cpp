@@ -4,7 +4,8 @@
 #include <cstdarg>
 #include <cstdio>
 #include <fcntl.h>
-#include <string_view>
+#include <sys/stat.h>
+#include <sys/types.h>
 #include <unistd.h>
 #include <utility>
 
@@ -24,6 +25,13 @@ int __real_ftruncate64(int descriptor, off_t size);
 int __real_fclose(std::FILE* file);
 int __real_rename(const char* from, const char* to);
 int __real_ferror(std::FILE* file);
+int __real_stat64(const char* path, struct stat* status);
+int __real_fstat64(int descriptor, struct stat* status);
+int __real_lstat64(const char* path, struct stat* status);
+char* __real_mkdtemp(char* pattern);
+pid_t __real_fork();
+int __real_execv(const char* path, char* const* arguments);
+pid_t __real_waitpid(pid_t child, int* status, int options);
 }
 
 namespace {
@@ -39,13 +47,16 @@ std::FILE* broken = nullptr; // its error indicator is set
 // Counts one call; true, with errno, for the one that fails.
 bool fails(IoCall call)
 {
-    if (!counting || (wanted != IoCall::Any && wanted != call)) return false;
-    if (++counted != failAt) return false;
+    const bool counts =
+        wanted == IoCall::Any ? call != IoCall::Exec && call != IoCall::Wait : wanted == call;
+    if (!counting || !counts) return false;
+    ++counted;
+    if (counted != failAt && !(fault == IoFault::Lasting && counted > failAt)) return false;
     if (event) {
         event();
         return false;
     }
-    errno = fault == IoFault::Refuse ? EPERM : EIO;
+    errno = fault == IoFault::Refuse ? EPERM : call == IoCall::Wait ? EINTR : EIO;
     return true;
 }
 
@@ -64,9 +75,7 @@ extern "C" {
 
 std::FILE* __wrap_fopen64(const char* path, const char* mode)
 {
-    // A setup file that does not open is as none, and the map another one.
-    const bool isSetup = std::string_view(path).ends_with("/map");
-    return !isSetup && fails(IoCall::Open) ? nullptr : __real_fopen64(path, mode);
+    return fails(IoCall::Open) ? nullptr : __real_fopen64(path, mode);
 }
 
 std::FILE* __wrap_fdopen(int descriptor, const char* mode)
@@ -138,6 +147,52 @@ int __wrap_ferror(std::FILE* file)
     return file == broken ? 1 : __real_ferror(file);
 }
 
+// The list of files, the setup file and the table of levels.
+int __wrap___isoc99_fscanf(std::FILE* file, const char* format, ...)
+{
+    if (part(IoCall::Read, 1, file) == 0) return EOF;
+    va_list rest;
+    va_start(rest, format);
+    const int read = std::vfscanf(file, format, rest);
+    va_end(rest);
+    return read;
+}
+
+int __wrap_stat64(const char* path, struct stat* status)
+{
+    return fails(IoCall::Stat) ? -1 : __real_stat64(path, status);
+}
+
+int __wrap_fstat64(int descriptor, struct stat* status)
+{
+    return fails(IoCall::Stat) ? -1 : __real_fstat64(descriptor, status);
+}
+
+int __wrap_lstat64(const char* path, struct stat* status)
+{
+    return fails(IoCall::Stat) ? -1 : __real_lstat64(path, status);
+}
+
+char* __wrap_mkdtemp(char* pattern)
+{
+    return fails(IoCall::Folder) ? nullptr : __real_mkdtemp(pattern);
+}
+
+pid_t __wrap_fork()
+{
+    return fails(IoCall::Fork) ? -1 : __real_fork();
+}
+
+int __wrap_execv(const char* path, char* const* arguments)
+{
+    return fails(IoCall::Exec) ? -1 : __real_execv(path, arguments);
+}
+
+pid_t __wrap_waitpid(pid_t child, int* status, int options)
+{
+    return fails(IoCall::Wait) ? -1 : __real_waitpid(child, status, options);
+}
+
 } // NOLINTEND
 
 IoFailure::IoFailure(IoCall call, IoFault how, int k) : IoFailure(call, nullptr, k)
@@ -148,6 +203,7 @@ IoFailure::IoFailure(IoCall call, IoFault how, int k) : IoFailure(call, nullptr,
 IoFailure::IoFailure(IoCall call, std::function<void()> what, int k)
 {
     wanted = call;
+    fault = IoFault::Error;
     event = std::move(what);
     failAt = k;
     counted = 0;

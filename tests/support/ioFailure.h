@@ -9,11 +9,25 @@
 
 #include <functional>
 
-enum class IoCall { Open, Read, Seek, Write, Close, Rename, Any };
+enum class IoCall {
+    Open,
+    Read,
+    Seek,
+    Write,
+    Close,
+    Rename,
+    Stat,
+    Folder, // a temporary one is made
+    Fork,
+    Exec, // counted in the child, where the parent's count goes on
+    Wait,
+    Any, // but Exec, which is not this process's, and Wait, whose number is never the same
+};
 enum class IoFault {
-    Error,  // nothing is done; errno is EIO, and the stream's error indicator is set
-    Refuse, // nothing is done; errno is EPERM
-    Short,  // a read or write does half of it
+    Error,   // nothing is done; errno is EIO, and the stream's error indicator is set. Wait: EINTR
+    Refuse,  // nothing is done; errno is EPERM
+    Short,   // a read or write does half of it
+    Lasting, // as Error, and so do all later calls of the kind
 };
 
 // From construction to the end of its scope the k-th call of the kind fails, counted from 1; those

@@ -1,0 +1,22 @@
+// A match with landmarks whose files fail: its shift is written whole and true, or not at all.
+#include "frontend/recover.h"
+#include "tests/support/faultRuns.h"
+#include "tests/support/ioFailure.h"
+#include "tests/support/landmarkRun.h"
+
+TEST(LandmarkIo, EveryFailureEndsTheRunOrChangesNothing)
+{
+    const Conversion run = landmarkRun();
+    std::set<int> codes;
+    for (const IoCall call : {IoCall::Open, IoCall::Read, IoCall::Seek, IoCall::Write,
+                              IoCall::Close, IoCall::Rename, IoCall::Stat}) {
+        const bool isLong = call == IoCall::Read || call == IoCall::Seek;
+        codes.merge(sweep(
+                        run, [&](int k) { return IoFailure(call, IoFault::Error, k); },
+                        isLong ? run.stride : 1)
+                        .codes);
+    }
+    const std::set<int> told = {NB_RUN_INPUT, NB_RUN_OUTPUT_OPEN, NB_RUN_CLOSE, NB_RUN_SHORT_WRITE,
+                                NB_RUN_FAILED};
+    EXPECT_EQ(codes, told);
+}
