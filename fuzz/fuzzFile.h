@@ -2,7 +2,9 @@
 /**
  * The file of an input: in memory, with a path.
  */
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <span>
 #include <string>
 #include <sys/mman.h>
@@ -10,14 +12,21 @@
 
 class FuzzFile {
 public:
-    explicit FuzzFile(std::span<const std::uint8_t> bytes)
-        : descriptor_(memfd_create("fuzz", MFD_CLOEXEC))
+    struct Piece {
+        off_t offset;
+        std::span<const std::uint8_t> bytes;
+    };
+    explicit FuzzFile(std::span<const std::uint8_t> bytes) : FuzzFile({Piece{0, bytes}}) {}
+    // Between the pieces lie bytes of 0, which take no room.
+    FuzzFile(std::initializer_list<Piece> pieces) : descriptor_(memfd_create("fuzz", MFD_CLOEXEC))
     {
-        while (!bytes.empty()) {
-            const ssize_t n = write(descriptor_, bytes.data(), bytes.size());
-            if (n <= 0) break;
-            bytes = bytes.subspan(static_cast<std::size_t>(n));
-        }
+        for (auto [offset, bytes] : pieces)
+            while (!bytes.empty()) {
+                const ssize_t n = pwrite(descriptor_, bytes.data(), bytes.size(), offset);
+                if (n <= 0) break;
+                bytes = bytes.subspan(static_cast<std::size_t>(n));
+                offset += n;
+            }
     }
     ~FuzzFile() { close(descriptor_); }
     FuzzFile(const FuzzFile&) = delete;

@@ -1,5 +1,6 @@
 // GVAR with its CRCs made good, so that what changed reaches the decoders. The last byte is as in
 // fuzzFormat.cpp; its highest bit leaves the CRCs as they are.
+#include "fuzz/fuzzFile.h"
 #include "fuzz/fuzzObject.h"
 #include "tests/synth/synthGvar.h"
 
@@ -58,6 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::vector<std::uint8_t> bytes(data, data + size - 1);
     const unsigned choices = data[size - 1];
     if ((choices & 128U) == 0) repair(bytes);
-    fuzzObject(bytes, "?type=gvar", choices);
+    const FuzzFile file(bytes);
+    fuzzObject(file.path(), "?type=gvar", choices);
     return 0;
 }

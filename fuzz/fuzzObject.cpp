@@ -1,6 +1,5 @@
 #include "fuzz/fuzzObject.h"
 
-#include "fuzz/fuzzFile.h"
 #include "geo/nbProj.h"
 #include "sat/nbSat.h"
 #include "sat/nbSatElem.h"
@@ -38,17 +37,9 @@ NbProjPara mapAround(double lon, double lat, unsigned choice)
     return map;
 }
 
-void useElement(NbSatObject* object, const std::string& name, unsigned choices)
+// Positions, samples, rectangles and maps of what is selected, or of nothing.
+void useSelected(NbSatObject* object, unsigned choices)
 {
-    if (nbSatSetElems(object, name.c_str()) < 1 || object->elemNum != 1) return;
-    // Room for the levels that are told, or for all that a driver may know, which takes long.
-    int levels = (choices & 128U) != 0 ? 70000 : std::max<int>(object->levelNum, 0);
-    std::vector<float> table(static_cast<std::size_t>(levels));
-    nbSatGetCalTable(object, name.c_str(), table.data(), &levels);
-    nbSatGetChannel(object, 0);
-    nbSatGetChannel(object, 1);
-    nbSatSetIntp(object, static_cast<std::int16_t>(choices >> 2 & 3U));
-
     const auto width = static_cast<float>(object->pixelNum);
     const auto height = static_cast<float>(object->lineNum);
     const std::array<float, points> pixel = {width / 2, 0, width - 1, 3.4F, width, -1, -9999, 1e9F};
@@ -93,6 +84,19 @@ void useElement(NbSatObject* object, const std::string& name, unsigned choices)
     nbSatGetR4ProjData(object, &map, values.data(), overlap, 0, nullptr, nullptr);
 }
 
+void useElement(NbSatObject* object, const std::string& name, unsigned choices)
+{
+    if (nbSatSetElems(object, name.c_str()) < 1 || object->elemNum != 1) return;
+    // Room for the levels that are told, or for all that a driver may know, which takes long.
+    int levels = (choices & 128U) != 0 ? 70000 : std::max<int>(object->levelNum, 0);
+    std::vector<float> table(static_cast<std::size_t>(levels));
+    nbSatGetCalTable(object, name.c_str(), table.data(), &levels);
+    nbSatGetChannel(object, 0);
+    nbSatGetChannel(object, 1);
+    nbSatSetIntp(object, static_cast<std::int16_t>(choices >> 2 & 3U));
+    useSelected(object, choices);
+}
+
 void useChannel(NbSatObject* object, int channel, unsigned choices)
 {
     int pixels = 0;
@@ -108,11 +112,10 @@ void useChannel(NbSatObject* object, int channel, unsigned choices)
 
 } // namespace
 
-void fuzzObject(std::span<const std::uint8_t> bytes, const char* type, unsigned choices)
+void fuzzObject(const std::string& path, const char* type, unsigned choices)
 {
-    const FuzzFile file(bytes);
     const bool listed = (choices & 16U) != 0;
-    const std::string name = file.path() + type;
+    const std::string name = path + type;
     std::array<NbSatObject, 2> objects{};
     NbSatObject* const object = objects.data();
     if (nbSatOpenObject(object, listed ? (name + " " + name).c_str() : name.c_str()) != 0) return;
@@ -128,6 +131,7 @@ void fuzzObject(std::span<const std::uint8_t> bytes, const char* type, unsigned 
         nbSatSetShift(object, 1.5F, -2.5F);
         nbSatResetAtt(object, mjd, attitude.data(), 0);
     }
+    useSelected(object, choices);
     const int channels = nbSatGetChNum(object);
     for (int channel = -1; channel < channels && channel < 16; ++channel)
         useChannel(object, channel, choices);

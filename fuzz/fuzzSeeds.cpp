@@ -1,5 +1,6 @@
 // Writes the fuzzers' first inputs, one folder a target: small files of each format from the
 // synthesisers, and texts.
+#include "fuzz/nativePieces.h"
 #include "tests/synth/synthGvar.h"
 #include "tests/synth/synthHisd.h"
 #include "tests/synth/synthHrit.h"
@@ -8,6 +9,7 @@
 #include "tests/synth/synthRdat.h"
 #include "tests/synth/synthVissr.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -94,6 +96,38 @@ void putHrit()
             counts[i] = line % 6 < 2 && i > 12 && i < 45 ? 1023 : static_cast<std::uint16_t>(9 * i);
     };
     putFile("hrit", file, 2);
+    // Its own scan times: a raster of doubles behind the headers, of which one in ten is none.
+    file = disk;
+    file.bigEndian = false;
+    while (file.recordOffset(10) % sizeof(double) != 0)
+        file.annotation += ' ';
+    std::vector<double> times(40 * 40, 53948.13);
+    for (std::size_t i = 0; i < times.size(); i += 10)
+        times[i] = -1;
+    const auto raster = std::as_bytes(std::span(times));
+    file.image.assign(raster.begin(), raster.end());
+    for (const char* const channel : {"VIS", "IR1"}) {
+        file.annotation.replace(8, 3, channel);
+        putFile("hrit", file, 128);
+        putFile("hrit", file, 128 + 64 + 16);
+    }
+}
+
+// What fuzzNative.cpp makes a raw file of.
+void putRawNative(SynthNative file, int choices)
+{
+    file.raw = true;
+    const std::vector<std::byte> bytes = file.bytes();
+    std::string text;
+    const auto take = [&](std::size_t offset, std::size_t size) {
+        for (std::size_t i = offset; i < std::min(offset + size, bytes.size()); ++i)
+            text.push_back(std::to_integer<char>(bytes[i]));
+    };
+    for (const NativePiece& piece : nativePieces)
+        take(piece.offset, piece.size);
+    take(nativeLinesOffset, 2000);
+    text.push_back(static_cast<char>(choices));
+    put("native", text);
 }
 
 void putNative()
@@ -101,6 +135,8 @@ void putNative()
     putFile("native", SynthNative{}, 16 + 1);
     putFile("native", SynthNative{.channels = {4, 11}, .hrvLines = 30, .origin = 0}, 32 + 4);
     putFile("native", SynthNative{.channels = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}, .lines = 4}, 64);
+    putRawNative(SynthNative{.channels = {8}}, 4);
+    putRawNative(SynthNative{.channels = {11}, .hrvOrigin = 1}, 16 + 32);
 }
 
 void putRdat()
@@ -116,6 +152,8 @@ void putRdat()
     file.calibrationMode = 1;
     file.satellite = '9';
     putFile("rdat", file, 32);
+    for (file.distortionMode = 2; file.distortionMode <= 3; ++file.distortionMode)
+        putFile("rdat", file, 64);
 }
 
 void putGvar()
