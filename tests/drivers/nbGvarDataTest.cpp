@@ -10,7 +10,7 @@ namespace {
 
 constexpr int width = 80; // columns looked at
 
-bool isMissing(const std::vector<int>& row)
+bool isMissing(const Row& row)
 {
     return std::ranges::all_of(row, [](int v) { return v == -1; });
 }
@@ -23,9 +23,9 @@ TEST(GvarLines, EveryLineOfEveryChannelIsTheFilesOwn)
             for (const char* name : {"VIS", "IR4", "IR3", "IR1", "IR2"}) {
                 ASSERT_EQ(scene.select(name), 10001);
                 const int channel = scene.object.GetChannel(scene.p(), 0);
-                for (int line = 0; line < scene.lines; ++line)
-                    ASSERT_EQ(scene.row(line, scene.pixels),
-                              scene.told(channel, line, scene.pixels))
+                for (int line = 0; line < scene.size[1]; ++line)
+                    ASSERT_EQ(scene.row(line, scene.size[0]),
+                              scene.told(channel, line, scene.size[0]))
                         << satellite << name << line;
                 EXPECT_EQ(scene.result, 0);
             }
@@ -39,7 +39,7 @@ TEST(GvarLines, ComeInAnyOrder)
             GvarScene scene({.records = records, .north = 7001, .south = 7240});
             ASSERT_EQ(scene.select(name), 10001);
             const int channel = scene.object.GetChannel(scene.p(), 0);
-            std::vector<int> order(static_cast<std::size_t>(scene.lines));
+            std::vector<int> order(static_cast<std::size_t>(scene.size[1]));
             std::iota(order.begin(), order.end(), 0);
             std::shuffle(order.begin(), order.end(), std::mt19937(3));
             for (const int line : order)
@@ -71,7 +71,7 @@ TEST(GvarLines, StartAtAnyBitOfAByte)
         const std::size_t bit = at * 8 + static_cast<std::size_t>(readFrom[spare]);
         GvarScene scene(s);
         ASSERT_EQ(scene.select("IR1"), 10001);
-        const std::vector<int> row = scene.row(1, width);
+        const Row row = scene.row(1, width);
         if (spare % 2 == 0) {
             EXPECT_EQ(row, scene.told(3, 1, width)) << spare;
         }
@@ -111,8 +111,8 @@ TEST(GvarLines, DamagedBlocksLoseTheirLinesAlone)
             GvarScene scene(s);
             ASSERT_EQ(scene.select("IR2"), 10001);
             std::vector<int> missing;
-            for (int line = 0; line < scene.lines; ++line) {
-                const std::vector<int> row = scene.row(line, width);
+            for (int line = 0; line < scene.size[1]; ++line) {
+                const Row row = scene.row(line, width);
                 // A line that is too long is told apart in the stream: at the second asking.
                 if (isMissing(row)) {
                     missing.push_back(line);
@@ -136,7 +136,7 @@ TEST(GvarLines, AStreamIsFoundAgainBehindJunk)
     for (const char* name : {"IR1", "IR3", "VIS"}) {
         ASSERT_EQ(scene.select(name), 10001);
         const int channel = scene.object.GetChannel(scene.p(), 0);
-        for (int line = 0; line < scene.lines; ++line)
+        for (int line = 0; line < scene.size[1]; ++line)
             ASSERT_EQ(scene.row(line, width), scene.told(channel, line, width)) << name << line;
     }
 }
@@ -150,7 +150,7 @@ TEST(GvarLines, TheFirstBlockReadMustHaveAGoodCrcAndLaterOnesNeedNot)
     EXPECT_TRUE(isMissing(scene.row(0, width)));
     EXPECT_EQ(scene.row(2, width), scene.told(3, 2, width));
     // Byte 60 behind the header is byte 40 of the pixels: counts 32 to 35.
-    std::vector<int> row = scene.row(4, width), told = scene.told(3, 4, width);
+    Row row = scene.row(4, width), told = scene.told(3, 4, width);
     EXPECT_NE(row, told);
     std::fill(row.begin() + 31, row.begin() + 34, 0);
     std::fill(told.begin() + 31, told.begin() + 34, 0);
@@ -170,7 +170,7 @@ TEST(GvarLines, MissingScansAreFlaggedAndTheEndOfTheFileEndsTheCall)
         GvarScene scene(s);
         ASSERT_EQ(scene.select("IR1"), 10001);
         for (int line = 0; line < 94; ++line) {
-            const std::vector<int> row = scene.row(line, width);
+            const Row row = scene.row(line, width);
             const bool gap = line >= 40 && line < 70;
             EXPECT_EQ(scene.result, gap ? 1 : 0) << line << records;
             if (gap)
@@ -180,12 +180,8 @@ TEST(GvarLines, MissingScansAreFlaggedAndTheEndOfTheFileEndsTheCall)
         }
         if (!records) continue;
         // The end of the file ends the call also for the points behind it.
-        const float x[] = {3, 3, 3}, y[] = {12, 99, 13};
-        std::int16_t out[3];
-        EXPECT_EQ(scene.object.GetI2DataByPixLin(scene.p(), x, y, out, 3), 0);
-        EXPECT_EQ(out[0], s.countAt(3, 12, 3));
-        EXPECT_EQ(out[1], -1);
-        EXPECT_EQ(out[2], -1);
+        EXPECT_EQ(scene.counts({3, 3, 3}, {12, 99, 13}), (Row{scene.told(3, 12, 4)[3], -1, -1}));
+        EXPECT_EQ(scene.result, 0);
     }
 }
 
@@ -224,9 +220,9 @@ TEST(GvarSamples, PositionsRoundToTheNearestAndOutsideIsReportedTenTimes)
     GvarScene scene({});
     std::vector<float> x = {4.49F, 4.5F, -0.4F, -1.49F, 399.4F, 3, -9999, 3};
     std::vector<float> y = {2, 2, 0, 0, 63, -1.2F, 2, -9999};
-    std::vector<int> expected;
+    Row expected;
     for (const auto& [px, py] : {std::pair{4, 2}, {5, 2}, {0, 0}, {0, 0}, {399, 63}, {3, 0}})
-        expected.push_back(scene.synth.countAt(0, py, px));
+        expected.push_back(static_cast<std::int16_t>(scene.synth.countAt(0, py, px)));
     expected.insert(expected.end(), {-1, -1});
     for (int i = 0; i < 12; ++i) {
         x.push_back(i % 2 == 0 ? 400.0F : 7.0F);
@@ -235,12 +231,9 @@ TEST(GvarSamples, PositionsRoundToTheNearestAndOutsideIsReportedTenTimes)
     }
     x.push_back(5);
     y.push_back(5);
-    expected.push_back(scene.synth.countAt(0, 5, 5));
-    std::vector<std::int16_t> out(x.size());
+    expected.push_back(static_cast<std::int16_t>(scene.synth.countAt(0, 5, 5)));
     StderrCapture text;
-    scene.object.GetI2DataByPixLin(scene.p(), x.data(), y.data(), out.data(),
-                                   static_cast<int>(x.size()));
-    EXPECT_EQ((std::vector<int>(out.begin(), out.end())), expected);
+    EXPECT_EQ(scene.counts(x, y), expected);
     EXPECT_TRUE(text.get().starts_with(
         "NB_Error: nbGvarGetI2DataByPixLin() : bad value. Line=7,Pixel=400\n"
         "NB_Error: nbGvarGetI2DataByPixLin() : bad value. Line=64,Pixel=7\n"));
@@ -250,38 +243,33 @@ TEST(GvarSamples, PositionsRoundToTheNearestAndOutsideIsReportedTenTimes)
 TEST(GvarZoom, SourceColumnsAndLinesSpreadOverTheExtent)
 {
     GvarScene scene({});
-    const NbZoomRect rect{100, 10, 41, 21, 5, 3};
-    std::vector<std::int16_t> out(15);
-    EXPECT_EQ(scene.object.GetI2ZoomData(scene.p(), &rect, out.data()), 0);
+    Row out = scene.zoom({100, 10, 41, 21, 5, 3});
+    EXPECT_EQ(scene.result, 0);
     for (int j = 0; j < 3; ++j)
         for (int i = 0; i < 5; ++i)
             EXPECT_EQ(out[static_cast<std::size_t>(j * 5 + i)],
                       scene.synth.countAt(0, 10 + 10 * j, 100 + 10 * i));
     // Over the right edge: 50 of 100 columns are there, so half of the output.
-    const NbZoomRect edge{350, 0, 100, 0, 10, 1};
-    out.assign(10, 0);
-    EXPECT_EQ(scene.object.GetI2ZoomData(scene.p(), &edge, out.data()), 0);
+    out = scene.zoom({350, 0, 100, 0, 10, 1});
+    EXPECT_EQ(scene.result, 0);
     EXPECT_EQ(out[4], scene.synth.countAt(0, 0, 399)); // 49 * 4 / 4 + 350
     EXPECT_EQ(out[5], -1);
-    const NbZoomRect left{-3, -1, 5, 3, 5, 3};
-    out.assign(15, 0);
-    EXPECT_EQ(scene.object.GetI2ZoomData(scene.p(), &left, out.data()), 0);
+    out = scene.zoom({-3, -1, 5, 3, 5, 3});
+    EXPECT_EQ(scene.result, 0);
     EXPECT_EQ(out[4], -1);     // line -1
     EXPECT_EQ(out[5 + 2], -1); // pixel -1
     EXPECT_EQ(out[5 + 3], scene.synth.countAt(0, 0, 0));
     // From beyond the edge to the edge: nothing.
-    const NbZoomRect beyond{401, 0, 0, 3, 5, 3};
-    EXPECT_EQ(scene.object.GetI2ZoomData(scene.p(), &beyond, out.data()), 0);
-    EXPECT_EQ(out, std::vector<std::int16_t>(15, -1));
+    EXPECT_EQ(scene.zoom({401, 0, 0, 3, 5, 3}), Row(15, -1));
+    EXPECT_EQ(scene.result, 0);
 }
 
 TEST(GvarZoom, ExtentZeroDiffersBetweenCountsAndValues)
 {
     SynthGvar s{.south = 7816}; // 16 lines
     GvarScene scene(s);
-    const NbZoomRect all{0, 0, 0, 0, 400, 17};
-    std::vector<std::int16_t> counts(400 * 17);
-    EXPECT_EQ(scene.object.GetI2ZoomData(scene.p(), &all, counts.data()), 0);
+    const Row counts = scene.zoom({0, 0, 0, 0, 400, 17});
+    EXPECT_EQ(scene.result, 0);
     // 401 columns for 400: 400 x 400 / 401 = 399 stay. 17 lines for 17, of which 16 are there.
     EXPECT_EQ(counts[15 * 400], scene.synth.countAt(0, 15, 0));
     EXPECT_EQ(counts[15 * 400 + 398], scene.synth.countAt(0, 15, 399));
@@ -289,11 +277,12 @@ TEST(GvarZoom, ExtentZeroDiffersBetweenCountsAndValues)
     EXPECT_EQ(counts[16 * 400], -1);
 
     const NbZoomRect same{0, 0, 0, 0, 400, 16};
-    std::vector<float> values(400 * 16, 7);
     StderrCapture quiet;
-    EXPECT_EQ(scene.object.GetR4ZoomData(scene.p(), &same, values.data()), -10); // nothing selected
+    scene.zoomValues(same);
+    EXPECT_EQ(scene.result, -10); // nothing selected
     ASSERT_EQ(scene.select("VIS_A"), 20001);
-    EXPECT_EQ(scene.object.GetR4ZoomData(scene.p(), &same, values.data()), 0);
+    const auto values = scene.zoomValues(same);
+    EXPECT_EQ(scene.result, 0);
     // GOES-9: (count 0.5492361 - 29 x 0.5492361) 0.0019418.
     EXPECT_NEAR(values[14 * 400 + 399], (s.countAt(0, 14, 399) - 29) * 0.5492361 * 0.0019418, 1e-6);
     EXPECT_EQ(values[15 * 400], -1.0F); // the last line is never read

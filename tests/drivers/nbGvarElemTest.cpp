@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 
 namespace {
@@ -58,19 +57,16 @@ TEST(GvarElements, ChannelsTellTheirSizeAndText)
     };
     for (const auto& c : cases) {
         const GvarScene scene({.satellite = c.satellite});
-        int pixels = 0, lines = 0, levels = 0;
-        char name[256] = "";
-        EXPECT_EQ(scene.object.GetChInfo(scene.p(), c.channel, &pixels, &lines, &levels, name), 0);
-        EXPECT_EQ(std::string(name), c.text);
-        EXPECT_EQ(pixels, c.pixels) << name;
-        EXPECT_EQ(lines, c.lines) << name << c.satellite;
-        EXPECT_EQ(levels, 1024);
+        const auto info = scene.info(c.channel);
+        EXPECT_EQ(info.result, 0);
+        EXPECT_EQ(info.text, c.text);
+        EXPECT_EQ(info.pixels, c.pixels) << c.text;
+        EXPECT_EQ(info.lines, c.lines) << c.text << c.satellite;
+        EXPECT_EQ(info.levels, 1024);
     }
     const GvarScene scene({});
     StderrCapture text;
-    int n = 0;
-    char name[256];
-    EXPECT_EQ(scene.object.GetChInfo(scene.p(), 5, &n, &n, &n, name), -1);
+    EXPECT_EQ(scene.info(5).result, -1);
     EXPECT_EQ(text.get(), "NB_Error: nbGvarGetChInfo() : bad channel number '5'\n");
     EXPECT_EQ(scene.object.GetChNum(scene.p()), 5);
 }
@@ -102,10 +98,8 @@ TEST(GvarCalibration, SpotValuesOfEverySatellite)
     };
     for (const auto& c : cases) {
         const GvarScene scene({.satellite = c.satellite});
-        std::array<float, 1024> table{};
-        int n = 1024;
-        ASSERT_EQ(scene.object.GetCalTable(scene.p(), c.name, table.data(), &n), 0);
-        EXPECT_NEAR(table[static_cast<std::size_t>(c.count)], c.value, 4e-7 * (1 + c.value))
+        EXPECT_NEAR(scene.table(c.name).at(static_cast<std::size_t>(c.count)), c.value,
+                    4e-7 * (1 + c.value))
             << c.satellite << c.name << c.count;
     }
 }
@@ -132,16 +126,14 @@ TEST(GvarCalibration, EachLineGoesThroughItsDetectorsTable)
     s.count = [](int, int, int) { return 500; };
     GvarScene scene(s);
     ASSERT_EQ(scene.select("IR2_T"), 20001);
-    const float x[2] = {10, 10};
-    const float y[2] = {4, 5};
-    float out[2] = {};
-    EXPECT_EQ(scene.object.GetR4DataByPixLin(scene.p(), x, y, out, 2), 0);
-    EXPECT_NEAR(out[0], 280.208596, 1e-4);
-    EXPECT_NEAR(out[1], 280.182337, 1e-4);
+    EXPECT_NEAR(scene.value(10, 4), 280.208596, 1e-4);
+    EXPECT_NEAR(scene.value(10, 5), 280.182337, 1e-4);
+    EXPECT_EQ(scene.result, 0);
 
     ASSERT_EQ(scene.select("IR2"), 10001);
     StderrCapture text;
-    EXPECT_EQ(scene.object.GetR4DataByPixLin(scene.p(), x, y, out, 2), -10);
+    scene.value(10, 4);
+    EXPECT_EQ(scene.result, -10);
     EXPECT_EQ(text.get(), "NB_Error: nbGvarGetR4DataByPixLin() : bad elementId (-1)\n");
 }
 

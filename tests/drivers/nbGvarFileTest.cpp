@@ -136,39 +136,18 @@ TEST(GvarOpen, DamagedBytesNeverBreakTheReader)
             Bytes bytes = whole;
             for (int i = 0; i < 200; ++i)
                 bytes[random() % bytes.size()] = static_cast<std::byte>(random());
-            const TempFile file(bytes);
             StderrCapture quiet;
-            NbSatObject object{};
-            if (nbGvarLinkSat(&object, file.path("").c_str()) != 0) continue;
-            int n[3];
-            float error = 0;
+            GvarScene scene(bytes);
+            if (scene.code != 0) continue;
             for (const char* name : {"VIS", "IR3_T", "IR2_R"}) {
-                ASSERT_GT(object.SetElements(object.privateData, name, &n[0], &n[1], &n[2], &error),
-                          0);
-                object.SetStopGap(object.privateData, 3);
-                std::vector<std::int16_t> out(64);
-                for (int line = n[1] - 1; line >= 0; --line) {
-                    const NbZoomRect rect{0, static_cast<std::int16_t>(line), 0, 1, 64, 1};
-                    EXPECT_GE(object.GetI2ZoomData(object.privateData, &rect, out.data()), 0);
+                ASSERT_GT(scene.select(name), 0);
+                scene.object.SetStopGap(scene.p(), 3);
+                for (int line = scene.size[1] - 1; line >= 0; --line) {
+                    scene.zoom({0, static_cast<std::int16_t>(line), 0, 1, 64, 1});
+                    EXPECT_GE(scene.result, 0);
                 }
             }
-            object.CloseFile(object.privateData);
         }
-    }
-}
-
-TEST(GvarOpen, TwoFilesAtOnceDoNotKnowOfEachOther)
-{
-    SynthGvar a{.records = false};
-    SynthGvar b{.records = false, .satellite = 12, .north = 7001, .south = 7080};
-    b.count = [](int channel, int line, int pixel) { return (line * 5 + pixel + channel) % 1000; };
-    GvarScene one(a);
-    GvarScene two(b);
-    EXPECT_EQ(one.select("IR1"), 10001);
-    EXPECT_EQ(two.select("IR1"), 10001);
-    for (const int line : {15, 2, 9, 3, 14, 0}) { // each jump steps back
-        EXPECT_EQ(one.row(line, 60), one.told(3, line, 60)) << line;
-        EXPECT_EQ(two.row(line, 60), two.told(3, line, 60)) << line;
     }
 }
 

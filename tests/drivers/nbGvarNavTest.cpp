@@ -1,5 +1,4 @@
 #include "tests/drivers/gvarScene.h"
-#include "tests/drivers/onePoint.h"
 
 #include <gtest/gtest.h>
 
@@ -131,7 +130,7 @@ void compareWithRays(const GvarScene& scene, const RayTracer& rays, int channel,
             const double a = (pixel - 1) * ewStep - (s.ewCycles * 6136 + s.ewIncrements) * ewStep;
             double lon = 0, lat = 0;
             const bool hits = rays.place(e, a, &lon, &lat);
-            const Place place = toEarth(scene, x, l);
+            const auto place = scene.toEarth(x, l);
             // Close to the limb a ray may hit or miss.
             if (std::hypot(e, a) < 0.1512) {
                 ASSERT_EQ(place.bits, 0) << x << ' ' << l;
@@ -143,7 +142,7 @@ void compareWithRays(const GvarScene& scene, const RayTracer& rays, int channel,
             ++good;
             EXPECT_NEAR(degreesEast(place.lon, lon), 0, tolerance) << x << ' ' << l;
             EXPECT_NEAR(place.lat, lat, tolerance) << x << ' ' << l;
-            const Position back = toImage(scene, lon, lat);
+            const auto back = scene.toImage(lon, lat);
             EXPECT_EQ(back.bits, 0);
             // The file's float radius and scan angle are 0.002 of a visible pixel.
             EXPECT_NEAR(back.pixel, x, 0.004) << lon << ' ' << lat;
@@ -172,7 +171,7 @@ TEST(GvarNavigation, AgreesWithRaysOverTheDiskWithoutCompensationData)
                 const int channel = scene.object.GetChannel(scene.p(), 0);
                 compareWithRays(scene, rays, channel, shift, 4e-4);
             }
-            const Place down = toEarth(scene, 0, 0);
+            const auto down = scene.toEarth(0, 0);
             EXPECT_EQ(down.bits, NB_NAV_INPUT);
         }
 }
@@ -382,8 +381,8 @@ TEST(GvarNavigation, MisalignmentsMoveAPlaceOnTheCentralMeridianAsWorkedByHand)
         const double r = equatorial * (1 - flattening * std::pow(std::sin(40 * radian), 2));
         const double g = std::atan(std::tan(40 * radian) * std::pow(1 - flattening, 2));
         const double e = std::atan(r * std::sin(g) / (42164.17478 - r * std::cos(g)));
-        const Position p = toImage(straight, lonDeg, 40);
-        const Position q = toImage(turned, lonDeg, 40);
+        const auto p = straight.toImage(lonDeg, 40);
+        const auto q = turned.toImage(lonDeg, 40);
         const double sign = flipped ? -1 : 1;
         // A thousandth of a line: the two radii agree to 0.3 km.
         EXPECT_NEAR(q.line - p.line, -(sign * std::sin(e) * b + (1 - std::cos(e)) * a) / nsStep,
@@ -414,9 +413,9 @@ TEST(GvarNavigation, ThereAndBackIsTheSamePlaceWithAllCorrections)
                     for (int i = 2; i < 15; ++i) {
                         const auto x = static_cast<float>(s.pixels(channel) * i / 16);
                         const auto l = static_cast<float>(s.lines(channel) * j / 16);
-                        const Place place = toEarth(scene, x, l);
+                        const auto place = scene.toEarth(x, l);
                         if (place.bits != 0) continue;
-                        const Position back = toImage(scene, place.lon, place.lat);
+                        const auto back = scene.toImage(place.lon, place.lat);
                         if (back.bits == NB_NAV_LIMB) continue;
                         ++good;
                         // The way back takes its corrections at the corrected angles, so that
@@ -442,24 +441,24 @@ TEST(GvarNavigation, PlacesThatAreNotOnTheImage)
         {-75, -20, NB_NAV_LINE}, {-60, 0.3, NB_NAV_PIXEL},  {-85, 0.3, NB_NAV_PIXEL},
     };
     for (const auto& c : cases) {
-        const Position p = toImage(scene, c.lon, c.lat);
+        const auto p = scene.toImage(c.lon, c.lat);
         EXPECT_EQ(p.bits, c.bits) << c.lon << ' ' << c.lat;
         EXPECT_EQ(p.pixel, -9999.0F);
         EXPECT_EQ(p.line, -9999.0F);
     }
-    const Position p = toImage(scene, -75, 0.3);
+    const auto p = scene.toImage(-75, 0.3);
     EXPECT_EQ(p.bits, 0);
-    const Position round = toImage(scene, 285, 0.3);
+    const auto round = scene.toImage(285, 0.3);
     EXPECT_NEAR(round.pixel, p.pixel, 0.003);
-    EXPECT_EQ(toEarth(scene, -9999, 3).bits, 0);
-    EXPECT_EQ(toEarth(scene, 3, -9999).lon, -9999.0);
+    EXPECT_EQ(scene.toEarth(-9999, 3).bits, 0);
+    EXPECT_EQ(scene.toEarth(3, -9999).lon, -9999.0);
     // A point 10 km up is seen farther from the centre: the angle from the earth's centre line is
     // atan(r sin g / (d - r cos g)).
     const double g = std::atan(std::tan(0.3 * radian) * std::pow(1 - flattening, 2));
     const auto line = [&](double r) {
         return -std::atan(r * std::sin(g) / (42164.17478 - r * std::cos(g))) / nsStep;
     };
-    EXPECT_NEAR(toImage(scene, -75, 0.3, 10000).line - p.line,
+    EXPECT_NEAR(scene.toImage(-75, 0.3, 10000).line - p.line,
                 line(equatorial + 10) - line(equatorial), 2e-3);
 }
 
@@ -467,15 +466,14 @@ TEST(GvarNavigation, UsersShiftIsTakenOffPositionsAndOutlivesAChannel)
 {
     GvarScene scene(disk());
     ASSERT_EQ(scene.select("IR1"), 10001);
-    const Position p = toImage(scene, -80, 20);
-    const float dPixel = 2.5F, dLine = -1.25F;
-    scene.object.SetShift(scene.p(), &dPixel, &dLine);
+    const auto p = scene.toImage(-80, 20);
+    scene.shift(2.5F, -1.25F);
     ASSERT_EQ(scene.select("VIS"), 10001);
     ASSERT_EQ(scene.select("IR1"), 10001);
-    const Position q = toImage(scene, -80, 20);
+    const auto q = scene.toImage(-80, 20);
     EXPECT_NEAR(q.pixel, p.pixel - 2.5F, 1e-3);
     EXPECT_NEAR(q.line, p.line + 1.25F, 1e-3);
-    EXPECT_NEAR(toEarth(scene, q.pixel, q.line).lon, -80, 2e-3);
+    EXPECT_NEAR(scene.toEarth(q.pixel, q.line).lon, -80, 2e-3);
 }
 
 // Seconds after midnight of 3 May 1999 (day 51301) at a position.

@@ -98,7 +98,7 @@ TEST(HisdSamples, AreThoseOfThePlainRoadAtEveryPosition)
     for (const PlainRoad& road : roads) {
         const HisdScene scene(road.synth);
         ASSERT_EQ(scene.code, 0);
-        scene.object.SetShift(scene.p(), &road.shiftPixel, &road.shiftLine);
+        scene.shift(road.shiftPixel, road.shiftLine);
         const auto all = scene.counts(pixel, line);
         EXPECT_EQ(scene.result, 0);
         int good = 0;
@@ -126,22 +126,18 @@ TEST(HisdSamples, NearestIndexInFloatIsTheOneInDouble)
 TEST(HisdSamples, PhysicalValuesNeedAPhysicalElement)
 {
     HisdScene scene({.band = 13});
-    const float pixel[3] = {50, 0, 50}, line[3] = {50, 0, 500};
-    float out[3] = {};
-    const auto read = [&] {
-        return scene.object.GetR4DataByPixLin(scene.p(), pixel, line, out, 3);
-    };
-    NbZoomRect rect{0, 0, 0, 0, 2, 2};
-    float zoomed[4];
     StderrCapture err;
-    EXPECT_EQ(read(), -1);
-    EXPECT_EQ(scene.object.GetR4ZoomData(scene.p(), &rect, zoomed), -1);
-    ASSERT_EQ(scene.select("B13"), 10001);
-    EXPECT_EQ(read(), -1);
-    EXPECT_EQ(scene.object.GetR4ZoomData(scene.p(), &rect, zoomed), -1);
+    for (const char* name : {"none", "B13"}) {
+        scene.select(name);
+        scene.values({50}, {50});
+        EXPECT_EQ(scene.result, -1) << name;
+        scene.zoomValues({0, 0, 0, 0, 2, 2});
+        EXPECT_EQ(scene.result, -1) << name;
+    }
     EXPECT_EQ(err.get(), "");
     ASSERT_EQ(scene.select("B13_R"), 20001);
-    EXPECT_EQ(read(), 0);
+    const auto out = scene.values({50, 0, 50}, {50, 0, 500});
+    EXPECT_EQ(scene.result, 0);
     // Count 3 * 51 + 7 * 51 = 510 in the default pattern; space; outside the image.
     EXPECT_FLOAT_EQ(out[0], 15.20F - 0.0037F * 510);
     EXPECT_EQ(out[1], -1.0F);
@@ -176,10 +172,7 @@ TEST(HisdSamples, OneLineIsReadOnce)
 TEST(HisdCorrection, HostileTablesLeaveNoMoreThanTheirLinesWithoutPosition)
 {
     const auto at = [](std::vector<SynthHisd::Correction> table, float line) {
-        SynthHisd synth;
-        synth.corrections = std::move(table);
-        const HisdScene scene(synth);
-        return scene.counts({50}, {line})[0];
+        return HisdScene({.corrections = std::move(table)}).count(50, line);
     };
     // Column 51 of line 61: 3 * 51 + 7 * 61.
     EXPECT_EQ(at({{1, 9, 9}}, 60), 580);                        // one entry is none
@@ -207,7 +200,6 @@ SynthHisd raster(const Lines& lines)
     };
     return synth;
 }
-using Row = std::vector<std::int16_t>;
 
 TEST(HisdRepair, GapsAlongALineAreBridgedUpToTheStopGap)
 {
@@ -276,46 +268,36 @@ TEST(HisdRepair, AtTheEdgeOfTheFileNothingIsAcross)
     EXPECT_EQ(scene.row(0, 2), (Row{-1, -1}));
 }
 
-Row zoomed(const HisdScene& scene, NbZoomRect rect, int result = 0)
-{
-    Row out(static_cast<std::size_t>(rect.outWidth) * static_cast<std::size_t>(rect.outHeight),
-            777);
-    EXPECT_EQ(scene.object.GetI2ZoomData(scene.p(), &rect, out.data()), result);
-    return out;
-}
-
 const Lines numbered = {{11, 12, 13, 14}, {21, 22, 23, 24}, {31, 32, 33, 34}, {41, 42, 43, 44}};
 
 TEST(HisdZoom, RowsAndColumnsByDivision)
 {
     const HisdScene scene(raster(numbered));
     // Whole image to half its size, and a corner enlarged: columns 2 x k / 3, lines in float.
-    EXPECT_EQ(zoomed(scene, {0, 0, 0, 0, 2, 2}), (Row{11, 13, 31, 33}));
-    EXPECT_EQ(zoomed(scene, {1, 2, 2, 2, 3, 2}), (Row{32, 32, 33, 42, 42, 43}));
+    EXPECT_EQ(scene.zoom({0, 0, 0, 0, 2, 2}), (Row{11, 13, 31, 33}));
+    EXPECT_EQ(scene.zoom({1, 2, 2, 2, 3, 2}), (Row{32, 32, 33, 42, 42, 43}));
     // 4 columns from column 2: 2 remain, which fill 2 of 4; 4 lines from line 2: 2 remain.
-    EXPECT_EQ(zoomed(scene, {2, 2, 4, 4, 4, 4}),
+    EXPECT_EQ(scene.zoom({2, 2, 4, 4, 4, 4}),
               (Row{33, 34, -1, -1, 43, 44, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1}));
-    EXPECT_EQ(zoomed(scene, {9, 0, 2, 2, 2, 1}), (Row{-1, -1}));
-    EXPECT_EQ(zoomed(scene, {-1, -1, 2, 2, 2, 2}), (Row{-1, 11, -1, 11})); // line -1 is line 0
-    EXPECT_EQ(zoomed(scene, {-32768, -32768, 0x7FFFFFFF, 0x7FFFFFFF, 1, 1}), (Row{-1}));
-    EXPECT_EQ(zoomed(scene, {0, 0, 0, 0, 0, 5}), Row{});
+    EXPECT_EQ(scene.zoom({9, 0, 2, 2, 2, 1}), (Row{-1, -1}));
+    EXPECT_EQ(scene.zoom({-1, -1, 2, 2, 2, 2}), (Row{-1, 11, -1, 11})); // line -1 is line 0
+    EXPECT_EQ(scene.zoom({-32768, -32768, 0x7FFFFFFF, 0x7FFFFFFF, 1, 1}), (Row{-1}));
+    EXPECT_EQ(scene.zoom({0, 0, 0, 0, 0, 5}), Row{});
     HisdScene moved(raster(numbered));
-    const float pixel = -1, line = 1; // the picture lies one column left and one line down
-    moved.object.SetShift(moved.p(), &pixel, &line);
-    EXPECT_EQ(zoomed(moved, {0, 0, 0, 0, 4, 2}), (Row{12, 13, 14, -1, 22, 23, 24, -1}));
+    moved.shift(-1, 1); // the picture lies one column left and one line down
+    EXPECT_EQ(moved.zoom({0, 0, 0, 0, 4, 2}), (Row{12, 13, 14, -1, 22, 23, 24, -1}));
 }
 
 TEST(HisdZoom, CountsFrom0x8000OnPassAsSigned)
 {
     HisdScene scene(raster({{5, S, X, 0x8001, 4095, 4096}}));
-    EXPECT_EQ(zoomed(scene, {0, 0, 0, 0, 6, 1}), (Row{5, -2, -1, -32767, 4095, -1}));
+    EXPECT_EQ(scene.zoom({0, 0, 0, 0, 6, 1}), (Row{5, -2, -1, -32767, 4095, -1}));
     EXPECT_EQ(scene.row(0, 6), (Row{5, -1, -1, -1, 4095, -1}));
     ASSERT_EQ(scene.select("B13_R"), 20001);
-    NbZoomRect rect{0, 0, 0, 0, 6, 1};
-    float out[6];
-    ASSERT_EQ(scene.object.GetR4ZoomData(scene.p(), &rect, out), 0);
+    const auto out = scene.zoomValues({0, 0, 0, 0, 6, 1});
+    ASSERT_EQ(scene.result, 0);
     EXPECT_FLOAT_EQ(out[0], 15.20F - 0.0037F * 5);
-    for (const int k : {1, 2, 3, 5})
+    for (const std::size_t k : {1U, 2U, 3U, 5U})
         EXPECT_EQ(out[k], -1.0F) << k;
 }
 
@@ -328,8 +310,8 @@ TEST(HisdZoom, CompensationBeyondTheFilesLinesServesTheZoomOnly)
     synth.lines = 2;
     synth.corrections = {{1, 1, 0}, {4, 1, 0}};
     const HisdScene scene(synth);
-    EXPECT_EQ(zoomed(scene, {1, 2, 1, 1, 1, 1}), (Row{31}));
-    EXPECT_EQ(scene.counts({1}, {2}), (Row{32}));
+    EXPECT_EQ(scene.zoom({1, 2, 1, 1, 1, 1}), (Row{31}));
+    EXPECT_EQ(scene.count(1, 2), 32);
 }
 
 TEST(HisdZoom, RotationsAboveNineMicroradiansTurn)
@@ -341,16 +323,14 @@ TEST(HisdZoom, RotationsAboveNineMicroradiansTurn)
     synth.rotationMicrorad = 9.5;
     const NbZoomRect rect{0, 1, 0, 1, 4, 1};
     HisdScene nine(synth);
-    EXPECT_EQ(zoomed(nine, rect), (Row{21, 22, 23, 24})); // left out
-    EXPECT_EQ(nine.row(1, 4), (Row{31, 32, 33, 34}));     // and not for samples
+    EXPECT_EQ(nine.zoom(rect), (Row{21, 22, 23, 24})); // left out
+    EXPECT_EQ(nine.row(1, 4), (Row{31, 32, 33, 34}));  // and not for samples
     synth.rotationMicrorad = 10;
     HisdScene ten(synth);
-    EXPECT_EQ(zoomed(ten, rect), (Row{31, 32, 33, 34}));
-    EXPECT_EQ(zoomed(ten, {2, 1, 4, 1, 4, 1}), (Row{33, 34, -1, -1}));
+    EXPECT_EQ(ten.zoom(rect), (Row{31, 32, 33, 34}));
+    EXPECT_EQ(ten.zoom({2, 1, 4, 1, 4, 1}), (Row{33, 34, -1, -1}));
     ASSERT_EQ(ten.select("B13_R"), 20001);
-    float out[4];
-    ASSERT_EQ(ten.object.GetR4ZoomData(ten.p(), &rect, out), 0);
-    EXPECT_FLOAT_EQ(out[1], 15.20F - 0.0037F * 32);
+    EXPECT_FLOAT_EQ(ten.zoomValues(rect)[1], 15.20F - 0.0037F * 32);
 }
 
 } // namespace

@@ -6,12 +6,6 @@
 
 namespace {
 
-int selected(const char* satellite, int band, const char* name)
-{
-    HisdScene scene({.satellite = satellite, .band = band});
-    return scene.select(name);
-}
-
 TEST(HisdElements, NamesSelectTheFilesBandOnly)
 {
     const struct {
@@ -59,7 +53,7 @@ TEST(HisdElements, NamesSelectTheFilesBandOnly)
         {"Other-1", 1, "B01", -1},
     };
     for (const auto& c : cases)
-        EXPECT_EQ(selected(c.satellite, c.band, c.name), c.result)
+        EXPECT_EQ(HisdScene({.satellite = c.satellite, .band = c.band}).select(c.name), c.result)
             << c.satellite << ' ' << c.band << ' ' << (c.name != nullptr ? c.name : "null");
 }
 
@@ -76,44 +70,38 @@ TEST(HisdElements, AnUnknownSuffixIsAnInternalError)
 
 TEST(HisdElements, SizesLevelsAndErrorValueComeWithTheSelection)
 {
-    const HisdScene scene({.band = 13, .firstLine = 21, .lines = 30, .errorCount = 65535});
-    int pixels = 0, lines = 0, levels = 0;
-    float error = 0;
-    EXPECT_EQ(scene.object.SetElements(scene.p(), "IR1", &pixels, &lines, &levels, &error), 10001);
-    EXPECT_EQ(pixels, 110);
-    EXPECT_EQ(lines, 30); // those of the file, while the channel shows those of the disk
-    EXPECT_EQ(levels, 4096);
-    EXPECT_EQ(error, 65535.0F);
-    char text[256] = "";
+    HisdScene scene({.band = 13, .firstLine = 21, .lines = 30, .errorCount = 65535});
+    EXPECT_EQ(scene.select("IR1"), 10001);
+    EXPECT_EQ(scene.size[0], 110);
+    EXPECT_EQ(scene.size[1], 30); // those of the file, while the channel shows those of the disk
+    EXPECT_EQ(scene.size[2], 4096);
+    EXPECT_EQ(scene.error, 65535.0F);
     EXPECT_EQ(scene.object.GetChNum(scene.p()), 1);
-    EXPECT_EQ(scene.object.GetChInfo(scene.p(), 0, &pixels, &lines, &levels, text), 0);
-    EXPECT_EQ(lines, 50);
-    EXPECT_STREQ(text, "B13,13,IR1,IR,10.4/_T,_R/10.4,");
+    EXPECT_EQ(scene.info(0).result, 0);
+    EXPECT_EQ(scene.info(0).lines, 50);
+    EXPECT_EQ(scene.info(0).text, "B13,13,IR1,IR,10.4/_T,_R/10.4,");
     StderrCapture err;
-    EXPECT_EQ(scene.object.GetChInfo(scene.p(), 1, &pixels, &lines, &levels, text), -1);
+    EXPECT_EQ(scene.info(1).result, -1);
     EXPECT_EQ(err.get(), "NB_Error: nbHisdGetChInfo() : bad channel number '1'\n");
 }
 
 TEST(HisdElements, ChannelTextsOfTheOtherSatellites)
 {
-    int size[3];
-    char text[256] = "before";
-    const HisdScene mtsat({.satellite = "MTSAT-2", .band = 4});
-    mtsat.object.GetChInfo(mtsat.p(), 0, &size[0], &size[1], &size[2], text);
-    EXPECT_STREQ(text, "B04,4,IR1,IR/_T,_R/10.3-11.3, 4.0km");
-    const HisdScene other({.satellite = "Other-1", .band = 4});
-    EXPECT_EQ(other.object.GetChInfo(other.p(), 0, &size[0], &size[1], &size[2], text), 0);
-    EXPECT_STREQ(text, "B04,4,IR1,IR/_T,_R/10.3-11.3, 4.0km"); // left as it was
+    EXPECT_EQ(HisdScene({.satellite = "MTSAT-2", .band = 4}).info(0).text,
+              "B04,4,IR1,IR/_T,_R/10.3-11.3, 4.0km");
+    const auto other = HisdScene({.satellite = "Other-1", .band = 4}).info(0);
+    EXPECT_EQ(other.result, 0);
+    EXPECT_EQ(other.text, ""); // left as it was
 }
 
 TEST(HisdElements, CommonChannelCodes)
 {
-    const int himawari[] = {7, 8, 0, 5, 6, 10, 4, 3, 11, 12, 13, 14, 1, 15, 2, 16};
-    const int mtsat[] = {0, 4, 3, 1, 2};
     const auto code = [](const char* satellite, int band, int style) {
         const HisdScene scene({.satellite = satellite, .band = band});
         return scene.object.GetChannel(scene.p(), style);
     };
+    const int himawari[] = {7, 8, 0, 5, 6, 10, 4, 3, 11, 12, 13, 14, 1, 15, 2, 16};
+    const int mtsat[] = {0, 4, 3, 1, 2};
     for (int band = 1; band <= 16; ++band)
         EXPECT_EQ(code("Himawari-9", band, 1), himawari[band - 1]);
     for (int band = 1; band <= 5; ++band)
@@ -125,45 +113,35 @@ TEST(HisdElements, CommonChannelCodes)
     EXPECT_EQ(code("Himawari-8", 13, 2), -1);
 }
 
-std::vector<float> calTable(const HisdScene& scene, const char* name)
-{
-    std::vector<float> table(32768, -5.0F);
-    int n = 32768;
-    EXPECT_EQ(scene.object.GetCalTable(scene.p(), name, table.data(), &n), 0);
-    table.resize(static_cast<std::size_t>(n));
-    return table;
-}
-
 TEST(HisdCalTable, ValuesOfPlancksLaw)
 {
     // Worked in 50 decimal digits (Python) from wavelength 10.4073 um, slope -0.0037, intercept
     // 15.20, c 299792458, h 6.62606957e-34, k 1.3806488e-23 and the polynomial of band 13;
     // MTSAT-2 likewise. A float near 300 has steps of 3e-5.
     const HisdScene ir({.band = 13});
-    const auto table = calTable(ir, "B13_T");
+    const auto table = ir.table("B13_T");
     ASSERT_EQ(table.size(), 4096U);
     EXPECT_NEAR(table[0], 330.978978632, 2e-5);
     EXPECT_NEAR(table[1], 330.959990085, 2e-5);
     EXPECT_NEAR(table[2500], 270.794344026, 2e-5);
     EXPECT_NEAR(table[4095], 139.501251529, 1e-5);
-    EXPECT_FLOAT_EQ(calTable(ir, "B13_R")[4000], 0.4F);
+    EXPECT_FLOAT_EQ(ir.table("B13_R")[4000], 0.4F);
     const HisdScene mtsat({.satellite = "MTSAT-2", .band = 4});
-    EXPECT_NEAR(calTable(mtsat, "IR1_T")[100], 323.693512370, 2e-5);
+    EXPECT_NEAR(mtsat.table("IR1_T")[100], 323.693512370, 2e-5);
     const HisdScene vis({.band = 1});
-    EXPECT_FLOAT_EQ(calTable(vis, "B01_A")[2047], 1.193350812768F);
-    EXPECT_FLOAT_EQ(calTable(vis, "B01_R")[0], -7.5536F);
+    EXPECT_FLOAT_EQ(vis.table("B01_A")[2047], 1.193350812768F);
+    EXPECT_FLOAT_EQ(vis.table("B01_R")[0], -7.5536F);
 }
 
 TEST(HisdCalTable, ARadianceNotAboveZeroRepeatsTheValueBefore)
 {
     // Band 7: count 16351 has 8.8e-5, 16352 has -6.3e-5. Value in 50 digits as above.
-    const auto falling = calTable(HisdScene({.band = 7}), "B07_T");
+    const auto falling = HisdScene({.band = 7}).table("B07_T");
     EXPECT_NEAR(falling[16351], 175.557887314, 2e-5);
     EXPECT_EQ(falling[16352], falling[16351]);
     EXPECT_EQ(falling[16383], falling[16351]);
     // Rising from below: there is no value before the first.
-    const auto rising =
-        calTable(HisdScene({.band = 13, .slope = 0.01, .intercept = -0.015}), "B13_T");
+    const auto rising = HisdScene({.band = 13, .slope = 0.01, .intercept = -0.015}).table("B13_T");
     EXPECT_EQ(rising[0], 0.0F);
     EXPECT_EQ(rising[1], 0.0F);
     EXPECT_GT(rising[2], 100.0F);
@@ -173,19 +151,14 @@ TEST(HisdCalTable, ArgumentsAreCheckedAndTheSelectionStays)
 {
     HisdScene scene({.band = 13});
     ASSERT_EQ(scene.select("B13_R"), 20001);
-    const auto at = [&](float pixel, float line) {
-        float value = 0;
-        EXPECT_EQ(scene.object.GetR4DataByPixLin(scene.p(), &pixel, &line, &value, 1), 0);
-        return value;
-    };
-    const float before = at(50, 50);
+    const float before = scene.value(50, 50);
     float few[3] = {-5, -5, -5};
     int n = 2;
     EXPECT_EQ(scene.object.GetCalTable(scene.p(), "B13_T", few, &n), 0);
     EXPECT_EQ(n, 4096); // the levels, whatever was asked for
     EXPECT_NEAR(few[1], 330.959990085, 2e-5);
     EXPECT_EQ(few[2], -5);
-    EXPECT_EQ(at(50, 50), before);
+    EXPECT_EQ(scene.value(50, 50), before);
     n = 0;
     EXPECT_EQ(scene.object.GetCalTable(scene.p(), "B13_T", nullptr, &n), 0);
     EXPECT_EQ(n, 4096);

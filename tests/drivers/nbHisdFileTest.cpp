@@ -9,25 +9,12 @@ namespace {
 
 using std::byte;
 
-// Result and messages of opening a file.
-struct Opening {
-    int code;
-    std::string err;
-};
-Opening open(const SynthHisd& synth)
-{
-    StderrCapture err;
-    const HisdScene scene(synth);
-    return {scene.code, err.get()};
-}
+constexpr auto open = HisdScene::open;
 
 // A little-endian number of `width` bytes over what a block has at an offset.
 SynthPatch patch(int block, std::size_t offset, unsigned value, std::size_t width)
 {
-    SynthPatch p{.offset = offset, .bytes = {}, .block = block};
-    for (std::size_t i = 0; i < width; ++i)
-        p.bytes.push_back(static_cast<byte>(value >> (8 * i)));
-    return p;
+    return {.offset = offset, .bytes = numberBytes(value, width), .block = block};
 }
 
 TEST(HisdOpen, BothByteOrdersFillTheObject)
@@ -86,13 +73,12 @@ TEST(HisdOpen, AShortRasterIsReportedAndOpens)
 
 TEST(HisdOpen, MarksOfBlocksAreCheckedFromSixOn)
 {
-    struct Case {
+    const struct {
         int block;
         unsigned number, length; // 0: as it should be
         int code;
         const char* err;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {1, 99, 0, 0, ""},
         {2, 99, 7, 0, ""},
         {3, 99, 7, 0, ""},
@@ -112,7 +98,7 @@ TEST(HisdOpen, MarksOfBlocksAreCheckedFromSixOn)
         {11, 99, 0, 3, "info #11 read error\n"},
         {11, 0, 258, 3, "info #11 read error\n"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SynthHisd synth;
         if (c.number != 0) synth.patches.push_back(patch(c.block, 0, c.number, 1));
         if (c.length != 0) synth.patches.push_back(patch(c.block, 1, c.length, 2));
@@ -210,9 +196,8 @@ TEST(HisdOpen, TheTailOfBlockFiveFollowsSatelliteAndBand)
     for (const auto& c : cases) {
         const SynthHisd synth{.satellite = c.satellite, .band = c.band};
         const HisdScene scene(synth);
-        std::vector<float> table(100);
-        int n = 100;
-        ASSERT_EQ(scene.object.GetCalTable(scene.p(), c.element, table.data(), &n), 0);
+        const auto table = scene.table(c.element);
+        ASSERT_GT(table.size(), 60U);
         EXPECT_NEAR(table[60], synth.physical(60), 1e-4) << c.satellite << c.band;
         EXPECT_EQ(table[60] > 100, c.thermal);
     }

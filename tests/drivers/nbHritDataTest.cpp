@@ -9,8 +9,6 @@
 
 namespace {
 
-using Row = std::vector<std::int16_t>;
-
 // 20 lines of 12 columns; the count of line l and column c, both from 1, is 20 l + c.
 void numbered(int line, std::span<std::uint16_t> counts)
 {
@@ -50,18 +48,15 @@ TEST(HritSample, CountsAreTestedAsSignedNumbers)
                           counts.begin());
     };
     HritScene scene(synth);
-    EXPECT_EQ(scene.row(3, 0, 5), (Row{0, 1023, -1, -1, -1, -1}));
-    const float pixel[3] = {0, 1, 2};
-    const float line[3] = {3, 3, 3};
-    float out[3];
-    EXPECT_EQ(scene.object.GetR4DataByPixLin(scene.p(), pixel, line, out, 3), -1);
+    EXPECT_EQ(scene.row(3, 6), (Row{0, 1023, -1, -1, -1, -1}));
+    scene.value(0, 3);
+    EXPECT_EQ(scene.result, -1);
     ASSERT_EQ(scene.select("IR1"), 10001);
-    EXPECT_EQ(scene.object.GetR4DataByPixLin(scene.p(), pixel, line, out, 3), -1);
+    scene.value(0, 3);
+    EXPECT_EQ(scene.result, -1);
     ASSERT_EQ(scene.select("IR1_T"), 20001);
-    EXPECT_EQ(scene.object.GetR4DataByPixLin(scene.p(), pixel, line, out, 3), 0);
-    EXPECT_EQ(out[0], 330);
-    EXPECT_EQ(out[1], 130);
-    EXPECT_EQ(out[2], -1);
+    EXPECT_EQ(scene.values({0, 1, 2}, {3, 3, 3}), (std::vector<float>{330, 130, -1}));
+    EXPECT_EQ(scene.result, 0);
 }
 
 TEST(HritSample, WholeShiftsMoveColumnsAtTheSampleAndLinesAtTheReading)
@@ -73,9 +68,7 @@ TEST(HritSample, WholeShiftsMoveColumnsAtTheSampleAndLinesAtTheReading)
     EXPECT_EQ(scene.count(2, 9), -1);         // column 0
     EXPECT_EQ(scene.count(14, 9), 20 * 8 + 12);
     // The user's shift adds to the header's centre. Lines in memory stay as they are.
-    const float dPixel = 1;
-    const float dLine = 1;
-    scene.object.SetShift(scene.p(), &dPixel, &dLine);
+    scene.shift(1, 1);
     EXPECT_EQ(scene.count(7, 9), 20 * 8 + 4);
     EXPECT_EQ(scene.count(7, 10), 20 * 8 + 4); // line 11, 3 before it
 }
@@ -108,21 +101,15 @@ TEST(HritZoom, RowsAndColumnsAreInIntegers)
     synth.firstLine = 3;
     synth.lines = 6; // lines 3 to 8
     HritScene scene(synth);
-    const auto zoomed = [&](const NbZoomRect& rect) {
-        Row out(static_cast<std::size_t>(rect.outWidth * rect.outHeight), 12345);
-        EXPECT_EQ(scene.object.GetI2ZoomData(scene.p(), &rect, out.data()), 0);
-        return out;
-    };
-    EXPECT_EQ(zoomed({1, 3, 4, 2, 2, 2}), (Row{81, 83, 101, 103}));
-    EXPECT_EQ(zoomed({0, 0, 2, 4, 2, 4}), (Row{-1, -1, -1, -1, -1, 61, -1, 81}));
+    EXPECT_EQ(scene.zoom({1, 3, 4, 2, 2, 2}), (Row{81, 83, 101, 103}));
+    EXPECT_EQ(scene.zoom({0, 0, 2, 4, 2, 4}), (Row{-1, -1, -1, -1, -1, 61, -1, 81}));
     // Past the right edge: two of four columns are left, and two of four outputs.
-    EXPECT_EQ(zoomed({10, 7, 4, 2, 4, 2}), (Row{170, 171, -1, -1, -1, -1, -1, -1}));
+    EXPECT_EQ(scene.zoom({10, 7, 4, 2, 4, 2}), (Row{170, 171, -1, -1, -1, -1, -1, -1}));
     // The whole width and the height up to the last line by default: line 8 * 1 / 2 + 1.
-    EXPECT_EQ(zoomed({0, 0, 0, 0, 3, 2}), (Row{-1, -1, -1, -1, 104, 108}));
+    EXPECT_EQ(scene.zoom({0, 0, 0, 0, 3, 2}), (Row{-1, -1, -1, -1, 104, 108}));
     ASSERT_EQ(scene.select("IR1_T"), 20001);
-    const NbZoomRect rect{0, 2, 2, 1, 2, 1};
-    float out[2];
-    ASSERT_EQ(scene.object.GetR4ZoomData(scene.p(), &rect, out), 0);
+    const auto out = scene.zoomValues({0, 2, 2, 1, 2, 1});
+    ASSERT_EQ(scene.result, 0);
     EXPECT_EQ(out[0], -1);
     EXPECT_NEAR(out[1], 330 - 200.0 * 61 / 1023, 0.006); // the table has two decimals
 }
@@ -151,9 +138,9 @@ TEST(HritRepair, RunsOfTwentyFiveErrorCountsAreBlocksAndTwentyFourAreNot)
 {
     const HritScene scene(damaged("IR1 MTSAT2", {{50, 24}, {60, 25}}));
     scene.object.SetStopGap(scene.p(), 2);
-    EXPECT_EQ(scene.row(49, 39, 41), (Row{250, 1023, 1023}));
+    EXPECT_EQ(scene.row(49, 3, 39), (Row{250, 1023, 1023}));
     // Line 60 between 295 and 305: 300, and with the half that is added before the cut.
-    EXPECT_EQ(scene.row(59, 39, 65), Row(27, 300));
+    EXPECT_EQ(scene.row(59, 27, 39), Row(27, 300));
     EXPECT_EQ(scene.result, 0);
 }
 
@@ -180,18 +167,12 @@ TEST(HritRepair, ARunReachesNoFurtherIntoSpaceThanItsLeastLength)
     };
     const HritScene scene(synth);
     int lastOnEarth = 55;
-    for (int c = 55; c < 110; ++c) {
-        const float pixel = static_cast<float>(c);
-        const float line = 5;
-        double lon = 0;
-        double lat = 0;
-        scene.object.PixLinToLonLatInfo(scene.p(), &pixel, &line, &lon, &lat, nullptr, 1);
-        if (lon > -9000) lastOnEarth = c;
-    }
+    for (int c = 55; c < 110; ++c)
+        if (scene.toEarth(static_cast<float>(c), 5).lon > -9000) lastOnEarth = c;
     EXPECT_GT(lastOnEarth, 70);
     ASSERT_LT(lastOnEarth, 84);
     scene.object.SetStopGap(scene.p(), 1);
-    const Row row = scene.row(5, 0, 109);
+    const Row row = scene.row(5, 110);
     EXPECT_EQ(row[55], 30);
     EXPECT_EQ(row[static_cast<std::size_t>(lastOnEarth + 25)], 30);
     EXPECT_EQ(row[static_cast<std::size_t>(lastOnEarth + 26)], 1023);
@@ -244,19 +225,17 @@ TEST(HritQuality, LinesAtTheThresholdAreMissingAndFilledOnRequest)
         const HritScene scene(damaged(annotation, {{30, 30}}, quality));
         EXPECT_EQ(scene.count(50, 29), 1023);
         EXPECT_EQ(scene.result, 0);
-        EXPECT_EQ(scene.row(59, 49, 50), (Row{-1, -1}));
+        EXPECT_EQ(scene.row(59, 2, 49), (Row{-1, -1}));
         EXPECT_EQ(scene.result, 2);
-        const NbZoomRect rect{0, 58, 2, 3, 2, 3};
-        Row zoomed(6);
-        EXPECT_EQ(scene.object.GetI2ZoomData(scene.p(), &rect, zoomed.data()), 2);
-        EXPECT_EQ(zoomed, (Row{295, 295, -1, -1, -1, -1}));
+        EXPECT_EQ(scene.zoom({0, 58, 2, 3, 2, 3}), (Row{295, 295, -1, -1, -1, -1}));
+        EXPECT_EQ(scene.result, 2);
         scene.object.SetStopGap(scene.p(), 2);
         // 60 has sound lines on both sides, 58 and 62, and takes the nearest that are good: 59 and
         // 62. (295 * 2 + 310) / 3. 61 has none above: 59 was read before anybody searched it.
-        EXPECT_EQ(scene.row(59, 49, 50), fills ? (Row{300, 300}) : (Row{-1, -1}));
+        EXPECT_EQ(scene.row(59, 2, 49), fills ? (Row{300, 300}) : (Row{-1, -1}));
         EXPECT_EQ(scene.result, 2);
-        EXPECT_EQ(scene.row(60, 49, 50), fills ? (Row{310, 310}) : (Row{-1, -1}));
-        EXPECT_EQ(scene.row(59, 49, 50), fills ? (Row{300, 300}) : (Row{-1, -1}));
+        EXPECT_EQ(scene.row(60, 2, 49), fills ? (Row{310, 310}) : (Row{-1, -1}));
+        EXPECT_EQ(scene.row(59, 2, 49), fills ? (Row{300, 300}) : (Row{-1, -1}));
     }
 }
 
@@ -272,9 +251,7 @@ TEST(HritQuality, ALineThatTurnsBadServesNoFillingAnyMore)
     synth.quality = "LINE:=10\rERROR:=1\r";
     const HritScene scene(synth);
     ASSERT_EQ(scene.code, 0);
-    const float none = 0;
-    const float shift = 0.4F;
-    scene.object.SetShift(scene.p(), &none, &shift);
+    scene.shift(0, 0.4F);
     scene.object.SetStopGap(scene.p(), 2);
     EXPECT_EQ(scene.count(30, 12), 144);
     EXPECT_EQ(scene.count(30, 9), 82);

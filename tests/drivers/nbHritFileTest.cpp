@@ -12,20 +12,13 @@
 
 namespace {
 
-struct Opening {
-    int code;
-    std::string err;
-};
-Opening open(std::span<const std::byte> bytes)
+Opening openBytes(std::span<const std::byte> bytes)
 {
     StderrCapture err;
     const HritScene scene(bytes);
     return {scene.code, err.get()};
 }
-Opening open(const SynthHrit& synth)
-{
-    return open(std::span<const std::byte>(synth.bytes()));
-}
+constexpr auto open = HritScene::open;
 
 // The file with a 16-bit number changed, `offset` bytes into its k-th record.
 std::vector<std::byte> patched(const SynthHrit& synth, int k, std::size_t offset, unsigned value)
@@ -103,17 +96,17 @@ TEST(HritOpen, TheFileIsCutInAnyRecord)
         const std::size_t begin = whole.recordOffset(k);
         const std::size_t end = whole.recordOffset(k + 1);
         for (const std::size_t at : {begin, begin + 1, begin + 3, end - 1}) {
-            const Opening opening = open({bytes.begin(), bytes.begin() + std::ptrdiff_t(at)});
+            const Opening opening = openBytes({bytes.begin(), bytes.begin() + std::ptrdiff_t(at)});
             EXPECT_EQ(opening.code, NB_HRIT_SHORT) << at;
             EXPECT_NE(opening.err.find("scene.dat: header record "), std::string::npos);
             EXPECT_EQ(std::count(opening.err.begin(), opening.err.end(), '\n'), 1) << opening.err;
         }
     }
     // Behind the headers: the image reads as zeros.
-    const HritScene scene({bytes.begin(), bytes.begin() + std::ptrdiff_t(whole.recordOffset(10))});
+    const HritScene scene(std::span<const std::byte>(bytes).first(whole.recordOffset(10)));
     ASSERT_EQ(scene.code, 0);
     EXPECT_EQ(scene.count(20, 60), 0);
-    EXPECT_EQ(open(patched({}, 3, 1, 40960)).code, NB_HRIT_SHORT);
+    EXPECT_EQ(openBytes(patched({}, 3, 1, 40960)).code, NB_HRIT_SHORT);
     StderrCapture err;
     NbSatObject object{};
     EXPECT_EQ(nbHritLinkSat(&object, "/nowhere/scene.dat"), NB_HRIT_NO_FILE);
@@ -152,7 +145,7 @@ TEST(HritOpen, SizesThatNothingCanRestOnAreRefusedWithOneLine)
         overflow.bytes(),
     };
     for (const auto& c : cases) {
-        const Opening opening = open(c);
+        const Opening opening = openBytes(c);
         EXPECT_EQ(opening.code, NB_HRIT_SHORT);
         EXPECT_NE(opening.err.find("scene.dat: header record "), std::string::npos) << opening.err;
         EXPECT_EQ(std::count(opening.err.begin(), opening.err.end(), '\n'), 1) << opening.err;
@@ -173,11 +166,7 @@ TEST(HritOpen, EmptyTablesAreDefined)
     EXPECT_EQ(scene.count(49, 40), 437);
     NbPointInfo info{};
     info.time = -7;
-    const float at = 50;
-    double lon = 0;
-    double lat = 0;
-    scene.object.PixLinToLonLatInfo(scene.p(), &at, &at, &lon, &lat, &info, 1);
-    EXPECT_NE(lon, -9999.0);
+    EXPECT_NE(scene.toEarth(50, 50, &info).lon, -9999.0);
     EXPECT_EQ(info.time, -7);
 }
 
@@ -193,9 +182,8 @@ TEST(HritOpen, LinesOfAnyLengthAndOrderAreTakenOrPassedOver)
     ASSERT_EQ(scene.code, 0);
     ASSERT_EQ(scene.select("IR1_T"), 20001);
     EXPECT_EQ(scene.size[2], 21);
-    float table[21];
-    int n = 21;
-    ASSERT_EQ(scene.object.GetCalTable(scene.p(), "IR1_T", table, &n), 0);
+    const auto table = scene.table("IR1_T");
+    ASSERT_EQ(table.size(), 21U);
     EXPECT_EQ(table[0], 300);
     EXPECT_EQ(table[5], 275.25F);
     EXPECT_EQ(table[15], 225.25F);
@@ -237,22 +225,7 @@ TEST(HritOpen, DamagedHeadersNeverCrash)
         HritScene scene(bytes);
         if (scene.code != 0) continue;
         ++opened;
-        scene.object.SetStopGap(scene.p(), static_cast<int>(random() % 5));
-        scene.select("IR1_R");
-        const float line =
-            static_cast<float>(random() % 45) - 2.5F + 0.25F * static_cast<float>(round % 4);
-        scene.row(line, -2, 70);
-        const NbZoomRect rect{0, -3, 0, 0, 30, 30};
-        float zoomed[900];
-        scene.object.GetR4ZoomData(scene.p(), &rect, zoomed);
-        if (scene.object.LonLatHgtToPixLinInfo == nullptr) continue;
-        const double lon = 140;
-        const double lat = 20;
-        float pixel = 0;
-        float found = 0;
-        NbPointInfo info{};
-        scene.object.LonLatHgtToPixLinInfo(scene.p(), &lon, &lat, nullptr, &pixel, &found, &info,
-                                           1);
+        useAll(scene, {"IR1_R"});
     }
     EXPECT_GT(opened, 100);
 }
@@ -283,7 +256,7 @@ TEST(HritOpen, TheWholeImageIsReadAtOnceWhenAsked)
     EXPECT_EQ(nb_hrit_frameData, nullptr);
     std::vector<std::byte> bytes = SynthHrit{}.bytes();
     bytes.pop_back();
-    EXPECT_EQ(open(bytes).code, NB_HRIT_SHORT);
+    EXPECT_EQ(openBytes(bytes).code, NB_HRIT_SHORT);
     nb_hrit_get_alldata = 0;
 }
 
@@ -305,9 +278,7 @@ double timeAt(const HritScene& scene, float pixel, float line)
 {
     NbPointInfo info{};
     info.time = -7;
-    double lon = 0;
-    double lat = 0;
-    scene.object.PixLinToLonLatInfo(scene.p(), &pixel, &line, &lon, &lat, &info, 1);
+    scene.toEarth(pixel, line, &info);
     return info.time;
 }
 
@@ -371,8 +342,7 @@ TEST(HritOpen, TenObjectsKeepTheirOwnErrorBlocks)
     }
     for (int i = 9; i >= 0; --i) {
         const HritScene& scene = *scenes[static_cast<std::size_t>(i)];
-        const std::vector<std::int16_t> whole(60, static_cast<std::int16_t>(100 + i));
-        EXPECT_EQ(scene.row(29, 10, 69), whole) << i;
+        EXPECT_EQ(scene.row(29, 60, 10), Row(60, static_cast<std::int16_t>(100 + i))) << i;
     }
 }
 

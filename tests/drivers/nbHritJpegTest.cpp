@@ -97,31 +97,6 @@ TEST(HritJpeg, LosslessTenBitImagesAreDecodedByTheAdapter)
         }
 }
 
-TEST(HritJpeg, TheProgramConvertsACompressedSegment)
-{
-    Sandbox sandbox;
-    const TempDir directory;
-    writeFile(directory / "segment", compressed(encoded(0)).bytes());
-    SynthHrit plain = compressed({});
-    plain.compression = 0;
-    plain.fill = [](int line, std::span<std::uint16_t> counts) {
-        for (int c = 0; c < columns; ++c)
-            counts[static_cast<std::size_t>(c)] = static_cast<std::uint16_t>(sample(line - 1, c));
-    };
-    writeFile(directory / "plain", plain.bytes());
-    writeText(directory / "setup",
-              "STDLON 110\nSTDLAT 30\nSTDXSIZ 0.5\nSTDYSIZ 0.5\nSTDXNUM 120\nSTDYNUM 120\n");
-    for (const char* name : {"segment", "plain"}) {
-        const ProgramResult run = runProgram(
-            NIMBEX_PROGRAM, {"-c=0", directory / name, directory / (std::string(name) + ".out"),
-                             directory / "setup"});
-        EXPECT_EQ(run.status, 0) << run.err;
-    }
-    const Bytes image = readFile(directory / "segment.out");
-    EXPECT_GT(image.size(), 120U * 120U);
-    EXPECT_EQ(image, readFile(directory / "plain.out"));
-}
-
 TEST(HritJpeg, DecodersThatFailRefuseTheFileAndLeaveNothing)
 {
     const std::string pixels = "head -c 6144 /dev/zero > \"$2.jpg.0\"; "; // 64 x 48 x 2

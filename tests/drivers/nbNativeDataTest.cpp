@@ -84,8 +84,7 @@ TEST(NativeSamples, PositionsAreTruncatedWithAHalfAndShiftedByWholeColumns)
     for (const auto& s : shifts) {
         NativeScene scene(SynthNative{});
         ASSERT_EQ(scene.code, 0);
-        const float dLine = 3; // plays no part
-        scene.object.SetShift(scene.p(), &s.shift, &dLine);
+        scene.shift(s.shift, 3); // that of lines plays no part
         const auto out = scene.counts(pixel, line);
         for (std::size_t i = 0; i < out.size(); ++i) {
             const std::int64_t c =
@@ -105,30 +104,26 @@ TEST(NativeSamples, GridsOfOneLineOrColumnHaveNone)
     for (const auto& [columns, lines] : {std::pair{1, 20}, std::pair{30, 1}}) {
         NativeScene scene(SynthNative{.channels = {8}, .columns = columns, .lines = lines});
         ASSERT_EQ(scene.code, 0);
-        EXPECT_EQ(scene.counts({-1, 0, 0.4F}, {-1, 0, 0.4F}),
-                  (std::vector<std::int16_t>{missing, missing, missing}));
+        EXPECT_EQ(scene.counts({-1, 0, 0.4F}, {-1, 0, 0.4F}), (Row{missing, missing, missing}));
     }
 }
 
 TEST(NativeSamples, PhysicalValuesFollowTheElement)
 {
     NativeScene scene(SynthNative{});
-    const float pixel[2] = {10, 29}, line[2] = {9, 9};
-    float out[2] = {};
-    const NbZoomRect rect{
-        .startPixel = 0, .startLine = 0, .width = 0, .height = 0, .outWidth = 30, .outHeight = 20};
-    std::vector<float> zoomed(600);
+    const NbZoomRect all{0, 0, 0, 0, 30, 20};
     StderrCapture err;
-    EXPECT_EQ(scene.object.GetR4DataByPixLin(scene.p(), pixel, line, out, 2), 0);
-    EXPECT_EQ(out[0], -1.0F);
-    EXPECT_EQ(scene.object.GetR4ZoomData(scene.p(), &rect, zoomed.data()), -1);
+    EXPECT_EQ(scene.value(10, 9), -1.0F);
+    EXPECT_EQ(scene.result, 0);
+    scene.zoomValues(all);
+    EXPECT_EQ(scene.result, -1);
     EXPECT_EQ(err.get(), "NB_Fatal: nbpNativeLevelToPhys() : INTERNAL ERROR ( physics = 0 ).\n");
     ASSERT_EQ(scene.select("IR1_R"), 20001);
-    EXPECT_EQ(scene.object.GetR4DataByPixLin(scene.p(), pixel, line, out, 2), 0);
     // Count 3 * 10 + 7 * 10 + 808 = 908; slope 9 * 0.02, offset 9 * -1.
-    EXPECT_FLOAT_EQ(out[0], 154.44F);
-    EXPECT_EQ(out[1], -1.0F); // the last column
-    EXPECT_EQ(scene.object.GetR4ZoomData(scene.p(), &rect, zoomed.data()), 0);
+    EXPECT_FLOAT_EQ(scene.value(10, 9), 154.44F);
+    EXPECT_EQ(scene.value(29, 9), -1.0F); // the last column
+    const auto zoomed = scene.zoomValues(all);
+    EXPECT_EQ(scene.result, 0);
     EXPECT_EQ(zoomed[8 * 30], -1.0F);
     EXPECT_FLOAT_EQ(zoomed[8 * 30 + 11], 154.44F); // one line and one column on
 }
@@ -137,14 +132,8 @@ TEST(NativeZoom, BeginsALineLateAndAColumnEarlyWhereverTheRectangleStands)
 {
     NativeScene scene(SynthNative{});
     ASSERT_EQ(scene.select("VIS"), 10001);
-    std::vector<std::int16_t> out(100, 7);
-    const NbZoomRect rect{.startPixel = 3,
-                          .startLine = 12,
-                          .width = 20,
-                          .height = 10,
-                          .outWidth = 10,
-                          .outHeight = 10};
-    EXPECT_EQ(scene.object.GetI2ZoomData(scene.p(), &rect, out.data()), 0);
+    Row out = scene.zoom({3, 12, 20, 10, 10, 10});
+    EXPECT_EQ(scene.result, 0);
     for (int y = 0; y < 10; ++y)
         for (int x = 0; x < 10; ++x) {
             const int column = 2 * x - 1;
@@ -154,13 +143,8 @@ TEST(NativeZoom, BeginsALineLateAndAColumnEarlyWhereverTheRectangleStands)
                                               : SynthNative::defaultCount(0, column, line));
         }
     // Past the right edge: of 20 columns from 15 on the image has 15, which fill 7 of 10.
-    const NbZoomRect edge{.startPixel = 15,
-                          .startLine = 0,
-                          .width = 20,
-                          .height = 10,
-                          .outWidth = 10,
-                          .outHeight = 1};
-    EXPECT_EQ(scene.object.GetI2ZoomData(scene.p(), &edge, out.data()), 0);
+    out = scene.zoom({15, 0, 20, 10, 10, 1});
+    EXPECT_EQ(scene.result, 0);
     for (int x = 0; x < 10; ++x) {
         const int column = 15 * x / 7 - 1;
         EXPECT_EQ(out[static_cast<std::size_t>(x)],
@@ -220,35 +204,25 @@ void expectLost(NativeScene& scene)
     const NbSatObject& o = scene.object;
     EXPECT_EQ(scene.count(4, 5), missing);
     EXPECT_EQ(scene.result, -1);
-    const float pixel = 4, line = 5;
-    float value = 0;
-    EXPECT_EQ(o.GetR4DataByPixLin(scene.p(), &pixel, &line, &value, 1), -1);
-    EXPECT_EQ(value, -1.0F);
-    const NbZoomRect rect{
-        .startPixel = 0, .startLine = 0, .width = 0, .height = 0, .outWidth = 1, .outHeight = 1};
-    std::int16_t zoomed = 5;
-    EXPECT_EQ(o.GetI2ZoomData(scene.p(), &rect, &zoomed), -1);
-    EXPECT_EQ(zoomed, missing);
+    EXPECT_EQ(scene.value(4, 5), -1.0F);
+    EXPECT_EQ(scene.result, -1);
+    EXPECT_EQ(scene.zoom({0, 0, 0, 0, 1, 1}), Row{missing});
+    EXPECT_EQ(scene.result, -1);
     EXPECT_EQ(scene.select("IR1"), -1);
     EXPECT_EQ(o.GetChNum(scene.p()), -1);
     EXPECT_EQ(o.GetChannel(scene.p(), 0), -1);
-    char text[256];
-    int n[3] = {};
-    EXPECT_EQ(o.GetChInfo(scene.p(), 0, &n[0], &n[1], &n[2], text), -1);
-    EXPECT_EQ(o.GetCalTable(scene.p(), "IR1_T", &value, n), -1);
+    EXPECT_EQ(scene.info(0).result, -1);
+    EXPECT_TRUE(scene.table("IR1_T").empty());
+    EXPECT_EQ(scene.toImage(0, 0).bits, -1);
+    EXPECT_EQ(scene.toImage(0, 0).pixel, -9999.0F);
+    EXPECT_EQ(scene.toEarth(4, 5).bits, -1);
+    EXPECT_EQ(scene.toEarth(4, 5).lat, -9999.0);
     double lon = 0, lat = 0, position[3];
-    float there[2];
-    EXPECT_EQ(
-        o.LonLatHgtToPixLinInfo(scene.p(), &lon, &lat, nullptr, &there[0], &there[1], nullptr, 1),
-        -1);
-    EXPECT_EQ(there[0], -9999.0F);
-    EXPECT_EQ(o.PixLinToLonLatInfo(scene.p(), &pixel, &line, &lon, &lat, nullptr, 1), -1);
-    EXPECT_EQ(lat, -9999.0);
     EXPECT_EQ(o.GetSatPosEf(scene.p(), 0, position), -1);
     EXPECT_EQ(nbpNativeSetChParam(scene.p(), 8), 1);
     EXPECT_EQ(nbpNativeReadOneLine(scene.p(), 5), 1);
-    float limb = 0;
-    nbpNativeRawNav.position(scene.p(), &lon, &lat, &there[0], &there[1], &limb, 1);
+    float pixel = 0, line = 0, limb = 0;
+    nbpNativeRawNav.position(scene.p(), &lon, &lat, &pixel, &line, &limb, 1);
     EXPECT_TRUE(std::isnan(limb));
     EXPECT_EQ(err.get(), "");
 }
@@ -263,9 +237,8 @@ TEST(NativeLines, AnotherLinesNumberEndsTheUseOfTheFile)
     const auto out = scene.counts({4, 4, 4, 4}, {4, 5, 6, 4});
     EXPECT_EQ(err.get(), "NB_Error: nbpNativeReadOneLine(): Line number errore\n");
     EXPECT_EQ(scene.result, 1);
-    EXPECT_EQ(out, (std::vector<std::int16_t>{
-                       static_cast<std::int16_t>(SynthNative::defaultCount(8, 4, 5)), missing,
-                       missing, missing}));
+    EXPECT_EQ(out, (Row{static_cast<std::int16_t>(SynthNative::defaultCount(8, 4, 5)), missing,
+                        missing, missing}));
     expectLost(scene);
 }
 

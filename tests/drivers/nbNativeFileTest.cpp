@@ -12,31 +12,17 @@ namespace {
 
 using std::byte;
 
-struct Opening {
-    int code;
-    std::string err;
-};
-Opening open(const SynthNative& synth)
-{
-    StderrCapture err;
-    const NativeScene scene(synth);
-    return {scene.code, err.get()};
-}
+constexpr auto open = NativeScene::open;
 
 // A big-endian number of `width` bytes.
-SynthNative::Patch patch(std::size_t offset, std::uint32_t value, int width)
+SynthPatch patch(std::size_t offset, std::uint32_t value, std::size_t width)
 {
-    SynthNative::Patch p{.offset = offset};
-    for (int i = width - 1; i >= 0; --i)
-        p.bytes.push_back(static_cast<byte>(value >> (8 * i)));
-    return p;
+    return {.offset = offset, .bytes = numberBytes(value, width, true)};
 }
-SynthNative::Patch patch(std::size_t offset, std::string_view text)
+SynthPatch patch(std::size_t offset, std::string_view text)
 {
-    SynthNative::Patch p{.offset = offset};
-    for (const char c : text)
-        p.bytes.push_back(static_cast<byte>(c));
-    return p;
+    const auto bytes = std::as_bytes(std::span(text));
+    return {.offset = offset, .bytes = {bytes.begin(), bytes.end()}};
 }
 
 TEST(NativeOpen, FilesOfBothHeaderPlacesAreFoundAndFillTheObject)
@@ -79,11 +65,10 @@ TEST(NativeOpen, ARawFileHasOneChannelAndMarksNone)
         EXPECT_EQ(scene.object.GetChNum(scene.p()), 1);
         EXPECT_EQ(scene.object.GetChannel(scene.p(), 0), channel);
         for (int c = 0; c <= 12; ++c) {
-            int size[3] = {1, 1, 1};
-            char text[256] = "";
-            EXPECT_EQ(scene.object.GetChInfo(scene.p(), c, &size[0], &size[1], &size[2], text), 0);
-            EXPECT_STREQ(text, " None / None /  -  ");
-            EXPECT_EQ(size[0] + size[1] + size[2], 0);
+            const auto info = scene.info(c);
+            EXPECT_EQ(info.result, 0);
+            EXPECT_EQ(info.text, " None / None /  -  ");
+            EXPECT_EQ(info.pixels + info.lines + info.levels, 0);
         }
         StderrCapture err;
         EXPECT_EQ(scene.select(channel == 11 ? "HRV" : "IR3"), -1);
@@ -191,35 +176,15 @@ TEST(NativeOpen, DamageOfAnyKindIsSurvived)
     std::mt19937 random(3);
     int opened = 0;
     StderrCapture quiet;
-    TempDir dir;
     for (int round = 0; round < 200; ++round) {
         std::vector<byte> bytes = good;
         const auto& [begin, end] = parts[round % std::size(parts)];
         for (int i = 0; i < 1 + round % 7; ++i)
             bytes[begin + random() % (end - begin)] = static_cast<byte>(random());
-        writeFile(dir / "damaged.nat", bytes);
-        NbSatObject o{};
-        if (nbNativeLinkSat(&o, (dir / "damaged.nat").c_str()) != 0) continue;
+        NativeScene scene(bytes);
+        if (scene.code != 0) continue;
         ++opened;
-        for (const char* name : {"VIS_A", "HRV", "IR1_T"}) {
-            int size[3];
-            float error = 0;
-            o.SetElements(o.privateData, name, &size[0], &size[1], &size[2], &error);
-            const float pixel[3] = {1, 7, 1e9F}, line[3] = {1, 8, -1e9F};
-            float out[16];
-            o.GetR4DataByPixLin(o.privateData, pixel, line, out, 3);
-            const NbZoomRect rect{.startPixel = -5,
-                                  .startLine = 1,
-                                  .width = 0,
-                                  .height = 0,
-                                  .outWidth = 4,
-                                  .outHeight = 4};
-            o.GetR4ZoomData(o.privateData, &rect, out);
-            double lon[3], lat[3];
-            NbPointInfo info[3]{};
-            o.PixLinToLonLatInfo(o.privateData, pixel, line, lon, lat, info, 3);
-        }
-        o.CloseFile(o.privateData);
+        useAll(scene, {"VIS_A", "HRV", "IR1_T"});
     }
     EXPECT_GT(opened, 50);
     EXPECT_LT(opened, 200);

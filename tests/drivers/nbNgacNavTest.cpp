@@ -228,8 +228,7 @@ TEST(NgacNavigation, ShiftIsAddedOnBothWays)
     // Deliberate: there and back is twice the shift.
     const NoaaScene scene(pass(0, 0));
     const auto before = scene.toEarth(203, 104);
-    const float dPixel = 3, dLine = -4;
-    scene.object.SetShift(scene.p(), &dPixel, &dLine);
+    scene.shift(3, -4);
     const auto moved = scene.toEarth(200, 108);
     EXPECT_EQ(moved.lon, before.lon);
     EXPECT_EQ(moved.lat, before.lat);
@@ -276,7 +275,7 @@ TEST(NgacNavigation, PointInfoTakesTheAnglesOfTheAnchors)
 
     // The same point by its place.
     NbPointInfo again{};
-    const auto q = scene.toImage(place.lon, place.lat, &again);
+    const auto q = scene.toImage(place.lon, place.lat, 0, &again);
     EXPECT_EQ(q.bits, 0);
     EXPECT_NEAR(again.sunZenith, 60 - 0.5 * (300 - 4) / 8, 0.01);
 }
@@ -301,12 +300,9 @@ TEST(NgacNavigation, SatelliteStandsOverTheMiddleOfTheFirstLine)
 TEST(NgacNavigation, HeightIsWarnedOfOnceForTheProcess)
 {
     const NoaaScene one(pass(0, 0)), two(pass(0, 0));
-    const double lon = 0, lat = 3, height = 1000;
-    float pixel, line;
     StderrCapture text;
     for (const NoaaScene* scene : {&one, &two})
-        scene->object.LonLatHgtToPixLinInfo(scene->p(), &lon, &lat, &height, &pixel, &line, nullptr,
-                                            1);
+        scene->toImage(0, 3, 1000);
     EXPECT_EQ(text.get(), "NB_Warn: nbNgacLonLatHgtToPixLinInfo() : height is not support\n");
 }
 

@@ -1,11 +1,9 @@
 #include "drivers/ngacv1/nbNgacv1.h"
 #include "drivers/ngac/nbNgac.h"
-#include "sat/nbSatElem.h"
 #include "tests/drivers/noaaScene.h"
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <vector>
 
 namespace {
@@ -28,15 +26,11 @@ TEST(Ngacv1Open, HeaderFillsTheObjectWithAndWithoutALeadingBlock)
         EXPECT_EQ(std::vector<int>(o.endTime, o.endTime + 6),
                   (std::vector<int>{1996, 7, 5, 19, 5, 0}));
         EXPECT_EQ(o.GetChNum(scene.p()), 5);
-        int size[3];
-        char name[256];
-        ASSERT_EQ(o.GetChInfo(scene.p(), 4, &size[0], &size[1], &size[2], name), 0);
-        EXPECT_STREQ(name, "AVHRR5,IR2,5/_T,_R/11.5-12.5");
-        EXPECT_EQ(o.GetChInfo(scene.p(), 5, &size[0], &size[1], &size[2], name), -1); // no 3A
+        EXPECT_EQ(scene.info(4).text, "AVHRR5,IR2,5/_T,_R/11.5-12.5");
+        EXPECT_EQ(scene.info(5).result, -1); // no 3A
 
         ASSERT_EQ(scene.select("1,2,3,4,5"), 10005);
-        EXPECT_EQ(scene.counts({100.0F}, {7.0F}, 5),
-                  (std::vector<std::int16_t>{349, 450, 551, 652, 753}));
+        EXPECT_EQ(scene.counts({100.0F}, {7.0F}, 5), (Row{349, 450, 551, 652, 753}));
         // Anchors of line 120 in 1/128 degree.
         const SynthPlace truth = synth.orbit.place(204, 120);
         const auto place = scene.toEarth(204, 120);
@@ -51,14 +45,12 @@ TEST(Ngacv1Open, HeaderFillsTheObjectWithAndWithoutALeadingBlock)
 
 TEST(Ngacv1Open, NamesSatellitesByTheirId)
 {
-    const int numbers[] = {11, 13, 14, 7, 12, 8, 9, 10};
-    for (int id = 1; id <= 8; ++id) {
-        SynthNgacv1 synth;
-        synth.lines = 2;
-        synth.satellite = id;
-        EXPECT_EQ(NoaaScene(synth).object.satName, "NOAA-" + std::to_string(numbers[id - 1]));
-    }
     SynthNgacv1 synth;
+    synth.lines = 2;
+    const int numbers[] = {11, 13, 14, 7, 12, 8, 9, 10};
+    for (synth.satellite = 1; synth.satellite <= 8; ++synth.satellite)
+        EXPECT_EQ(NoaaScene(synth).object.satName,
+                  "NOAA-" + std::to_string(numbers[synth.satellite - 1]));
     synth.satellite = 9;
     StderrCapture text;
     EXPECT_EQ(NoaaScene(synth).code, 0);
@@ -122,9 +114,8 @@ TEST(Ngacv1Calibration, OtherSatellitesHaveNoTemperatures)
     EXPECT_EQ(scene.values({1, 2, 3}, {1, 1, 1}), std::vector<float>(3, -1.0F));
     EXPECT_EQ(text.get(),
               "NB_Fatal: Sorry, TBB output is supported only for NOAA-14 and successor.");
-    std::array<float, 1024> table{};
-    int n = 1024;
-    ASSERT_EQ(nbSatGetCalTable(&scene.object, "IR1_R", table.data(), &n), 0);
+    const auto table = scene.table("IR1_R");
+    ASSERT_EQ(table.size(), 1024U);
     EXPECT_NEAR(table[400], 104.6061504, 1e-4);
 }
 

@@ -41,19 +41,16 @@ TEST(RdatElements, ChannelTextLevelsAndCode)
                  {16, 2048, 16, "B16,16,13.3/_T,_R/13.3,"}};
     for (const auto& c : cases) {
         const RdatScene scene{{.band = c.band, .columns = 4, .lines = 3}};
-        int pixels = 0;
-        int lines = 0;
-        int levels = 0;
-        char text[256];
-        ASSERT_EQ(scene.object.GetChInfo(scene.p(), 0, &pixels, &lines, &levels, text), 0);
-        EXPECT_EQ(pixels, 4);
-        EXPECT_EQ(lines, 3);
-        EXPECT_EQ(levels, c.levels);
-        EXPECT_STREQ(text, c.text);
+        const auto info = scene.info(0);
+        ASSERT_EQ(info.result, 0);
+        EXPECT_EQ(info.pixels, 4);
+        EXPECT_EQ(info.lines, 3);
+        EXPECT_EQ(info.levels, c.levels);
+        EXPECT_EQ(info.text, c.text);
         EXPECT_EQ(scene.object.GetChannel(scene.p(), 0), c.band);
         EXPECT_EQ(scene.object.GetChannel(scene.p(), 1), c.code);
         StderrCapture err;
-        EXPECT_EQ(scene.object.GetChInfo(scene.p(), 1, &pixels, &lines, &levels, text), 1);
+        EXPECT_EQ(scene.info(1).result, 1);
         EXPECT_EQ(err.get(), "NB_Error: nbRdatGetChInfo() : bad channel number '1'\n");
     }
 }
@@ -85,25 +82,19 @@ TEST(RdatCounts, AMarkedWordIsInvalidWhateverItsCount)
 TEST(RdatCounts, TheUsersShiftIsAddedToThePosition)
 {
     const RdatScene scene{{.columns = 9, .lines = 9}};
-    const float dPixel = 2;
-    const float dLine = -1;
-    scene.object.SetShift(scene.p(), &dPixel, &dLine);
+    scene.shift(2, -1);
     EXPECT_EQ(scene.count(3, 4), 3 * 5 + 7 * 3);
-    const NbZoomRect rect{
-        .startPixel = 3, .startLine = 4, .width = 1, .height = 1, .outWidth = 1, .outHeight = 1};
-    std::int16_t out = 0;
-    ASSERT_EQ(scene.object.GetI2ZoomData(scene.p(), &rect, &out), 0);
-    EXPECT_EQ(out, 3 * 5 + 7 * 3);
+    EXPECT_EQ(scene.zoom({3, 4, 1, 1, 1, 1}), Row{3 * 5 + 7 * 3});
+    EXPECT_EQ(scene.result, 0);
 }
 
 TEST(RdatCounts, ZoomTakesColumnsAndLinesInSteps)
 {
     RdatScene scene{{.columns = 9, .lines = 9}};
     // Six columns, of which four lie on the image, every other one; four lines, each twice.
-    const NbZoomRect rect{
-        .startPixel = 5, .startLine = 6, .width = 6, .height = 4, .outWidth = 3, .outHeight = 8};
-    std::vector<std::int16_t> out(24, 7);
-    ASSERT_EQ(scene.object.GetI2ZoomData(scene.p(), &rect, out.data()), 0);
+    const NbZoomRect rect{5, 6, 6, 4, 3, 8};
+    const Row out = scene.zoom(rect);
+    ASSERT_EQ(scene.result, 0);
     for (int y = 0; y < 8; ++y) {
         const int line = 6 + y / 2;
         const std::int16_t want[3] = {static_cast<std::int16_t>(3 * 5 + 7 * line),
@@ -112,8 +103,8 @@ TEST(RdatCounts, ZoomTakesColumnsAndLinesInSteps)
             EXPECT_EQ(out[static_cast<std::size_t>(3 * y + x)], line < 9 ? want[x] : -1) << x << y;
     }
     ASSERT_EQ(scene.select("B13_R"), 20001);
-    std::vector<float> values(24, 7);
-    ASSERT_EQ(scene.object.GetR4ZoomData(scene.p(), &rect, values.data()), 0);
+    const auto values = scene.zoomValues(rect);
+    ASSERT_EQ(scene.result, 0);
     EXPECT_EQ(values[0], scene.value(5, 6));
     EXPECT_EQ(values[2], -1.0F);
 }
@@ -142,10 +133,8 @@ TEST(RdatCalibration, SolarRadianceFollowsTheMirrors)
         EXPECT_FLOAT_EQ(scene.value(100, 7), 415.28235F);
         ASSERT_EQ(scene.select("VIS_A"), 20001);
         EXPECT_FLOAT_EQ(scene.value(100, 7), 0.83056471F);
-        std::vector<float> table(1001);
-        int n = 1001;
-        ASSERT_EQ(scene.object.GetCalTable(scene.p(), "VIS_A", table.data(), &n), 0);
-        EXPECT_EQ(n, 2048);
+        const auto table = scene.table("VIS_A");
+        ASSERT_EQ(table.size(), 2048U);
         EXPECT_FLOAT_EQ(table[1000], 0.83056471F);
     }
     synth.mirrorB[0] = synth.mirrorB[1] = synth.mirrorB[2] = 0; // nothing is divided
@@ -182,13 +171,11 @@ TEST(RdatCalibration, TemperatureOfARadiance)
     EXPECT_NEAR(nbpRdatRadToTbb(scene.p(), 9.0), 294.4822864528098, 1e-6);
     EXPECT_NEAR(nbpRdatRadToTbb(scene.p(), 0.5), 182.47071904836534, 1e-6);
     // Fewer than 101 lines and columns: the table is that of the last ones. Count 0: 15.2.
-    std::vector<float> table(4096);
-    int n = 5000;
-    ASSERT_EQ(scene.object.GetCalTable(scene.p(), "IR_R", table.data(), &n), 0);
-    EXPECT_EQ(n, 4096);
+    const auto table = scene.table("IR_R"); // room for more than there are
+    ASSERT_EQ(table.size(), 4096U);
     EXPECT_FLOAT_EQ(table[0], 15.2F);
     StderrCapture err;
-    EXPECT_EQ(scene.object.GetCalTable(scene.p(), "IR", table.data(), &n), -1);
+    EXPECT_TRUE(scene.table("IR").empty());
     EXPECT_EQ(err.get(), "NB_Error: nbRdatGetCalTable() : bad element name 'IR'\n");
 }
 

@@ -11,24 +11,12 @@ namespace {
 
 using std::byte;
 
-struct Opening {
-    int code;
-    std::string err;
-};
-Opening open(const SynthRdat& synth)
-{
-    StderrCapture err;
-    const RdatScene scene(synth);
-    return {scene.code, err.get()};
-}
+constexpr auto open = RdatScene::open;
 
 // A little-endian number of four bytes over what a block has at an offset.
-SynthRdatPatch patch(int block, std::size_t offset, std::uint32_t value)
+SynthPatch patch(int block, std::size_t offset, std::uint32_t value)
 {
-    SynthRdatPatch p{.offset = offset, .bytes = {}, .block = block};
-    for (int i = 0; i < 4; ++i)
-        p.bytes.push_back(static_cast<byte>(value >> (8 * i)));
-    return p;
+    return {.offset = offset, .bytes = numberBytes(value, 4), .block = block};
 }
 
 // The file cut, with the size in its header cut too.
@@ -60,12 +48,8 @@ TEST(RdatOpen, BothByteOrdersFillTheObject)
         const std::int16_t end[6] = {2020, 8, 1, 3, 0, 31};
         EXPECT_TRUE(std::equal(start, start + 6, o.startTime));
         EXPECT_TRUE(std::equal(end, end + 6, o.endTime));
-        const float pixel = 41;
-        const float line = 30;
-        std::int16_t count = 0;
-        EXPECT_EQ(o.GetI2DataByPixLin(o.privateData, &pixel, &line, &count, 1), 0);
-        EXPECT_EQ(count, 3 * 41 + 7 * 30); // the default pattern
         nbSatCloseObject(&o);
+        EXPECT_EQ(RdatScene(synth).count(41, 30), 3 * 41 + 7 * 30); // the default pattern
     }
 }
 
@@ -97,7 +81,7 @@ TEST(RdatOpen, FilesThatCannotBeReadHaveACodeEach)
 TEST(RdatOpen, CountsOutOfRangeAreRefusedByName)
 {
     const struct {
-        SynthRdatPatch patch;
+        SynthPatch patch;
         const char* err;
     } cases[] = {
         {patch(4, 0x88, 3), "NB_Error: getCalBlock(): number of temperature id = 3 \n"},
@@ -175,7 +159,7 @@ TEST(RdatOpen, DamagedHeadersAreRefusedOrHarmless)
     for (int round = 0; round < 600; ++round) {
         SynthRdat synth = small;
         for (int i = 0; i < 3; ++i) {
-            SynthRdatPatch p{.offset = 0x4C + random() % (header + 0x58 - 0x4C), .bytes = {}};
+            SynthPatch p{.offset = 0x4C + random() % (header + 0x58 - 0x4C), .bytes = {}};
             const byte value{static_cast<unsigned char>(random() % 2 != 0 ? 0xFF : random())};
             p.bytes.assign(1 + random() % 8, value);
             synth.patches.push_back(p);
@@ -183,18 +167,7 @@ TEST(RdatOpen, DamagedHeadersAreRefusedOrHarmless)
         RdatScene scene(synth);
         if (scene.code != 0) continue;
         ++opened;
-        float pixel = 3.25F;
-        float line = 5.5F;
-        double lon = 0;
-        double lat = 0;
-        NbPointInfo info{};
-        scene.object.PixLinToLonLatInfo(scene.p(), &pixel, &line, &lon, &lat, &info, 1);
-        scene.object.LonLatHgtToPixLinInfo(scene.p(), &lon, &lat, nullptr, &pixel, &line, &info, 1);
-        if (scene.select("IR1_T") < 0) continue;
-        scene.value(3, 5);
-        std::vector<float> table(4096);
-        int n = 4096;
-        EXPECT_EQ(scene.object.GetCalTable(scene.p(), "IR1_T", table.data(), &n), 0);
+        useAll(scene, {"IR1_T"});
     }
     EXPECT_GT(opened, 100);
 }

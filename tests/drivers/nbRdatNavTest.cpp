@@ -83,10 +83,10 @@ TEST(RdatPlaces, OutsideTheImageAndItsBoundsThereIsNone)
 {
     const RdatScene scene{SynthRdat{}};
     EXPECT_EQ(scene.toEarth(300, 10).lon, -9999.0);
-    EXPECT_EQ(scene.result, 1);
+    EXPECT_EQ(scene.toEarth(300, 10).bits, 1);
     EXPECT_EQ(scene.toEarth(10, -9999.0F).lat, -9999.0);
     EXPECT_EQ(scene.toImage(140, -20).pixel, -9999.0F); // the scan lies in the north
-    EXPECT_EQ(scene.result, -1);
+    EXPECT_EQ(scene.toImage(140, -20).bits, -1);
     const double lon[3] = {140, 136, -9999};
     const double lat[3] = {-20, 33, 33};
     float pixel[3];
@@ -107,20 +107,16 @@ TEST(RdatLos, ThePointInTheInertialFrameIsTheSamePlace)
     const double radii[2] = {6378.14, 6356.755};
     double j2000[3];
     ASSERT_EQ(nbpRdatCalcPointOnEarthJ2k(scene.p(), 120, radii, first, second, j2000), 0);
-    float pixel = 120;
-    float line = 70;
-    double lon = 0;
-    double lat = 0;
     NbPointInfo info{};
-    scene.object.PixLinToLonLatInfo(scene.p(), &pixel, &line, &lon, &lat, &info, 1);
+    const auto truth = scene.toEarth(120, 70, &info);
     double ef[3];
     double place[2];
     nbAstroJ2000ToEf(info.time, j2000, ef);
     nbAstroEfToLonLat(ef, &place[0], &place[1]);
     // The pole of 2020 lies 0.11 degree from that of J2000, and the ellipsoid with it: 22 km x
     // sin(2 lat) / 2 of height, turned by 0.002, is below 50 m.
-    EXPECT_NEAR(place[0], lon, 1e-3);
-    EXPECT_NEAR(place[1], lat, 1e-3);
+    EXPECT_NEAR(place[0], truth.lon, 1e-3);
+    EXPECT_NEAR(place[1], truth.lat, 1e-3);
     // Beside the earth, the point nearest to its centre: 35786 km off, 0.2 radians from nadir.
     ASSERT_EQ(nbpRdatCalcPointOnEarthJ2k(scene.p(), 120, radii, 0.2, 0, j2000), 0);
     EXPECT_NEAR(std::hypot(j2000[0], j2000[1], j2000[2]), 42166.2 * std::sin(0.2), 1e-6);
@@ -184,20 +180,15 @@ TEST(RdatTimes, ColumnsTakeTheClockOrTheObservation)
     for (const int clocks : {0, 1, 5}) {
         const SynthRdat synth{.clockCount = clocks};
         const RdatScene scene(synth);
-        const float pixel[3] = {0, 100, 299};
-        const float line[3] = {5, 5, 5};
-        double lon[3];
-        double lat[3];
-        NbPointInfo info[3] = {};
-        scene.object.PixLinToLonLatInfo(scene.p(), pixel, line, lon, lat, info, 3);
         // One count is no clock; the observation is then 3 s longer at each end. 37 s are taken
         // off as a float of a day: 2 microseconds.
         const double extra = clocks == 1 ? 3 : 0;
-        for (int i = 0; i < 3; ++i) {
-            const double part = static_cast<double>(pixel[i]) / 299;
-            const double seconds = part * (8 + 2 * extra) - extra;
-            EXPECT_NEAR((info[i].time - synth.startMjd) * 86400, seconds, 2e-5) << clocks << i;
-            EXPECT_NEAR(info[i].satDistance, 37000, 1500);
+        for (const float pixel : {0.0F, 100.0F, 299.0F}) {
+            NbPointInfo info{};
+            scene.toEarth(pixel, 5, &info);
+            const double seconds = static_cast<double>(pixel) / 299 * (8 + 2 * extra) - extra;
+            EXPECT_NEAR((info.time - synth.startMjd) * 86400, seconds, 2e-5) << clocks << pixel;
+            EXPECT_NEAR(info.satDistance, 37000, 1500);
         }
     }
 }

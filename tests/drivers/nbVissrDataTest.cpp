@@ -6,8 +6,6 @@
 
 namespace {
 
-using Row = std::vector<std::int16_t>;
-
 // Infrared counts that name their place: lines 20 apart, columns 1 apart.
 SynthVissr plainScene()
 {
@@ -20,12 +18,11 @@ SynthVissr plainScene()
 
 TEST(VissrSelect, NamesAreTakenWholeAndOnlyFromTheFilesChannel)
 {
-    struct Case {
+    const struct {
         int channel;
         const char* name;
         int code, levels;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {1, "IR1", 10001, 256},   {1, "IR", 10001, 256},  {1, "1", 10001, 256},
         {1, "IR1_T", 20001, 256}, {1, "1_R", 20001, 256}, {3, "WV_T", 20001, 256},
         {2, "IR2_R", 20001, 256}, {0, "0", 10001, 200},   {0, "VIS_A", 20001, 200},
@@ -33,7 +30,7 @@ TEST(VissrSelect, NamesAreTakenWholeAndOnlyFromTheFilesChannel)
         {1, "I", 0, 0},           {1, "", 0, 0},          {1, "IR1_", 0, 0},
         {1, "IR1_TT", 0, 0},      {0, "VIS_T", 0, 0},     {1, "ir1", 0, 0},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SynthVissr synth{.channel = c.channel};
         synth.columns = 30;
         // 4 zeros, 200 levels with the one of 0, the last of them twice more: the rest is 1.
@@ -69,14 +66,11 @@ TEST(VissrCalibration, TablesAreThoseOfTheFile)
     for (const bool ebcdic : {false, true}) {
         const SynthVissr synth{.ebcdic = ebcdic};
         VissrScene scene(synth);
-        std::vector<float> table(300, -5.0F);
-        int n = 300;
-        ASSERT_EQ(scene.object.GetCalTable(scene.p(), "IR1_T", table.data(), &n), 0);
-        EXPECT_EQ(n, 256);
+        std::vector<float> table = scene.table("IR1_T");
+        ASSERT_EQ(table.size(), 256U);
         EXPECT_EQ(table[0], 330.0F);
         EXPECT_EQ(table[255], 170.625F); // 330 - 255 * 0.625
-        EXPECT_EQ(table[256], -5.0F);
-        n = 3;
+        int n = 3;
         table.assign(4, -5.0F);
         ASSERT_EQ(scene.object.GetCalTable(scene.p(), "IR_R", table.data(), &n), 0);
         EXPECT_EQ(n, 256);
@@ -114,29 +108,19 @@ TEST(VissrCalibration, DetectorsShareOneMonotonicScaleThatEndsAtOne)
     EXPECT_EQ(scene.size[2], 14);
     const float values[14] = {0,    0.1F, 0.125F, 0.2F, 0.25F, 0.25F,  0.25F,
                               0.3F, 0.5F, 0.5F,   0.5F, 0.75F, 0.875F, 1};
-    std::vector<float> table(256);
-    int n = 256;
-    ASSERT_EQ(scene.object.GetCalTable(scene.p(), "VIS_A", table.data(), &n), 0);
-    ASSERT_EQ(n, 14);
-    for (std::size_t i = 0; i < 14; ++i)
-        EXPECT_EQ(table[i], values[i]) << i;
+    EXPECT_EQ(scene.table("VIS_A"), std::vector<float>(std::begin(values), std::end(values)));
     // Lines 1 to 4 are detectors 0 to 3; columns are counts 0 to 5.
     const Row levels[4] = {
         {0, 1, 3, 7, 13, 13}, {0, 4, 8, 11, 13, 13}, {0, 2, 5, 9, 13, 13}, {0, 6, 10, 12, 13, 13}};
     for (int line = 0; line < 8; ++line)
         EXPECT_EQ(scene.row(line, 6), levels[line % 4]) << line;
-    const float x = 2;
-    const float y = 5;
-    float value = 0;
-    ASSERT_EQ(scene.object.GetR4DataByPixLin(scene.p(), &x, &y, &value, 1), 0);
-    EXPECT_EQ(value, 0.5F);
+    EXPECT_EQ(scene.value(2, 5), 0.5F);
 
     // The same pixels as detector and count, and back: lines in memory are not mixed up.
     ASSERT_EQ(scene.select("VIS_L"), 10001);
     EXPECT_EQ(scene.row(6, 6), (Row{128, 129, 130, 131, 132, 133}));
-    n = 256;
-    ASSERT_EQ(scene.object.GetCalTable(scene.p(), "VIS_L", table.data(), &n), 0);
-    EXPECT_EQ(n, 256);
+    const auto table = scene.table("VIS_L");
+    ASSERT_EQ(table.size(), 256U);
     EXPECT_EQ(table[3], 0.3F);
     EXPECT_EQ(table[64 + 1], 0.25F);
     EXPECT_EQ(table[128 + 3], 0.5F);
@@ -154,9 +138,7 @@ TEST(VissrCalibration, AScaleWithoutZeroAndOneStopsAtTheLastLevel)
     VissrScene scene(synth);
     ASSERT_EQ(scene.select("VIS_A"), 20001);
     EXPECT_EQ(scene.size[2], 256);
-    std::vector<float> table(256);
-    int n = 256;
-    scene.object.GetCalTable(scene.p(), "VIS_A", table.data(), &n);
+    const auto table = scene.table("VIS_A");
     EXPECT_EQ(table[0], 0.0F);
     EXPECT_EQ(table[1], 1.0F / 1024);
     EXPECT_EQ(table[255], 255.0F / 1024);
@@ -176,8 +158,8 @@ TEST(VissrSamples, PositionsTakeTheNearestPixelAndWhatIsOutsideIsToldTenTimes)
         EXPECT_EQ(scene.result, 0);
         EXPECT_EQ(err.get(), "");
     }
-    std::vector<float> values(8);
-    EXPECT_EQ(scene.object.GetR4DataByPixLin(scene.p(), x.data(), y.data(), values.data(), 8), 0);
+    const auto values = scene.values(x, y);
+    EXPECT_EQ(scene.result, 0);
     EXPECT_EQ(values[1], 330.0F - 103 * 0.625F);
     EXPECT_EQ(values[6], -1.0F);
 
@@ -193,28 +175,25 @@ TEST(VissrSamples, PositionsTakeTheNearestPixelAndWhatIsOutsideIsToldTenTimes)
 TEST(VissrSamples, PhysicalValuesNeedAPhysicalElement)
 {
     VissrScene scene({.channel = 0});
-    const float at = 3;
-    float value = 7;
-    const NbZoomRect rect{0, 0, 4, 4, 1, 1};
-    const auto messageOf = [&](int (*read)(void*, const VissrScene&, const NbZoomRect&, float*)) {
-        StderrCapture err;
-        EXPECT_LT(read(scene.p(), scene, rect, &value), 0);
-        return err.get();
+    const auto sample = [&] {
+        scene.value(3, 3);
+        EXPECT_LT(scene.result, 0);
     };
-    static const float* where = &at;
-    const auto sample = [](void* p, const VissrScene& s, const NbZoomRect&, float* out) {
-        return s.object.GetR4DataByPixLin(p, where, where, out, 1);
+    const auto zoom = [&] {
+        scene.zoomValues({0, 0, 4, 4, 1, 1});
+        EXPECT_LT(scene.result, 0);
     };
-    const auto zoom = [](void* p, const VissrScene& s, const NbZoomRect& r, float* out) {
-        return s.object.GetR4ZoomData(p, &r, out);
-    };
-    EXPECT_EQ(messageOf(sample),
-              "NB_Error: nbVissrGetR4DataByPixLin() : 要素が選択されていません\n");
-    EXPECT_EQ(messageOf(zoom), "NB_Error: nbVissrGetR4ZoomData() : 要素が選択されていません\n");
+    StderrCapture err;
+    sample();
+    zoom();
     ASSERT_EQ(scene.select("VIS_L"), 10001);
-    EXPECT_EQ(messageOf(sample), "NB_Error: nbVissrGetR4DataByPixLin() : bad elementId (4)\n");
+    sample();
     ASSERT_EQ(scene.select("VIS"), 10001);
-    EXPECT_EQ(messageOf(zoom), "NB_Error: nbVissrGetR4ZoomData() : bad elementId (-1)\n");
+    zoom();
+    EXPECT_EQ(err.get(), "NB_Error: nbVissrGetR4DataByPixLin() : 要素が選択されていません\n"
+                         "NB_Error: nbVissrGetR4ZoomData() : 要素が選択されていません\n"
+                         "NB_Error: nbVissrGetR4DataByPixLin() : bad elementId (4)\n"
+                         "NB_Error: nbVissrGetR4ZoomData() : bad elementId (-1)\n");
 }
 
 TEST(VissrSamples, MissingLinesAreErrorsUntilTheGapIsFilled)
@@ -230,7 +209,7 @@ TEST(VissrSamples, MissingLinesAreErrorsUntilTheGapIsFilled)
     // A gap of 1 reaches line 9 from both sides, line 1 from one and, of the three lines from 4
     // to 6, the outer ones from one: copies.
     scene.object.SetStopGap(scene.p(), 1);
-    const auto column2 = [&](int line) { return scene.counts({2}, {static_cast<float>(line)})[0]; };
+    const auto column2 = [&](int line) { return scene.count(2, static_cast<float>(line)); };
     EXPECT_EQ(column2(0), 43);  // line 2
     EXPECT_EQ(column2(8), 183); // (163 * 1 + 203 * 1) / 2
     EXPECT_EQ(column2(3), 63);  // line 3
@@ -277,28 +256,19 @@ TEST(VissrZoom, RowsAndColumnsSpreadFromTheFirstToTheLast)
     synth.missing = {10};
     VissrScene scene(synth);
     ASSERT_EQ(scene.select("IR1_R"), 20001);
-    const auto zoom = [&](const NbZoomRect& rect, int* result = nullptr) {
-        Row out(static_cast<std::size_t>(rect.outWidth * rect.outHeight), 999);
-        const int code = scene.object.GetI2ZoomData(scene.p(), &rect, out.data());
-        if (result != nullptr) *result = code;
-        return out;
-    };
     // Columns 2 and 6 (5 of them from the third), lines 1, 2 and 4 ((4 - 1) j / 2 from the second).
-    EXPECT_EQ(zoom({2, 1, 5, 4, 2, 3}), (Row{43, 47, 63, 67, 103, 107}));
+    EXPECT_EQ(scene.zoom({2, 1, 5, 4, 2, 3}), (Row{43, 47, 63, 67, 103, 107}));
     // To the edges: columns 6 and 7; lines 7 to 9, of which the last one is missing.
-    int errors = 0;
-    EXPECT_EQ(zoom({6, 7, 0, 0, 2, 3}, &errors), (Row{167, 168, 187, 188, -1, -1}));
-    EXPECT_EQ(errors, 1);
+    EXPECT_EQ(scene.zoom({6, 7, 0, 0, 2, 3}), (Row{167, 168, 187, 188, -1, -1}));
+    EXPECT_EQ(scene.result, 1);
     // Four columns from the seventh: two are on the image, half the output. The line above the
     // first repeats the row above it, and lines further out are invalid.
-    EXPECT_EQ(zoom({6, -2, 4, 4, 4, 4}),
+    EXPECT_EQ(scene.zoom({6, -2, 4, 4, 4, 4}),
               (Row{-1, -1, -1, -1, -1, -1, -1, -1, 27, 28, -1, -1, 47, 48, -1, -1}));
     // One row alone is the first.
-    EXPECT_EQ(zoom({0, 3, 1, 5, 1, 1}), Row{81});
-    std::vector<float> values(2);
-    const NbZoomRect rect{0, 8, 2, 1, 2, 1};
-    EXPECT_EQ(scene.object.GetR4ZoomData(scene.p(), &rect, values.data()), 0);
-    EXPECT_EQ(values[0], (160 - 181) * 0.5F);
+    EXPECT_EQ(scene.zoom({0, 3, 1, 5, 1, 1}), Row{81});
+    EXPECT_EQ(scene.zoomValues({0, 8, 2, 1, 2, 1})[0], (160 - 181) * 0.5F);
+    EXPECT_EQ(scene.result, 0);
 }
 
 } // namespace

@@ -6,31 +6,19 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 namespace {
 
-struct Opening {
-    int code;
-    std::string err;
-};
-Opening open(const SynthVissr& synth)
-{
-    StderrCapture err;
-    const VissrScene scene(synth);
-    return {scene.code, err.get()};
-}
+constexpr auto open = VissrScene::open;
 
 TEST(VissrOpen, EveryVariantTextAndChannelFillsTheObject)
 {
-    struct Case {
+    const struct {
         int variant, channel;
         bool ebcdic;
         const char* text;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {0, 0, false, "VIS,0/_A,_L/0.55-0.90, 1.25km"},
         {0, 1, true, "IR1,IR,1/_T,_R/10.5-11.5, 5.0km"},
         {0, 2, false, "IR2,2/_T,_R/11.5-12.5, 5.0km"},
@@ -38,7 +26,7 @@ TEST(VissrOpen, EveryVariantTextAndChannelFillsTheObject)
         {1, 0, true, "VIS,0/_A,_L/0.55-0.90, 1.25km"},
         {1, 1, false, "IR1,IR,1/_T,_R/10.5-11.5, 5.0km"},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SynthVissr synth{.variant = c.variant, .ebcdic = c.ebcdic, .channel = c.channel};
         synth.satellite = "GOES-7";
         synth.startText = "19990507083019";
@@ -61,22 +49,19 @@ TEST(VissrOpen, EveryVariantTextAndChannelFillsTheObject)
         EXPECT_TRUE(std::equal(end, end + 6, o.endTime)) << o.endTime[4] << ':' << o.endTime[5];
 
         EXPECT_EQ(o.GetChNum(scene.p()), 1);
-        int pixels = 0;
-        int lines = 0;
-        int levels = 0;
-        char name[256] = "";
-        EXPECT_EQ(o.GetChInfo(scene.p(), 0, &pixels, &lines, &levels, name), 0);
-        EXPECT_STREQ(name, c.text);
-        EXPECT_EQ(pixels, 100);
-        EXPECT_EQ(lines, 110);
+        const auto info = scene.info(0);
+        EXPECT_EQ(info.result, 0);
+        EXPECT_EQ(info.text, c.text);
+        EXPECT_EQ(info.pixels, 100);
+        EXPECT_EQ(info.lines, 110);
         StderrCapture err;
-        EXPECT_EQ(o.GetChInfo(scene.p(), 1, &pixels, &lines, &levels, name), -1);
+        EXPECT_EQ(scene.info(1).result, -1);
         EXPECT_EQ(err.get(), "NB_Error: nbVissrGetChInfo() : bad channel number '1'\n");
 
         // Line 3 in the default pattern, from both ends of its record.
         if (c.channel == 0) continue; // levels: tested with their scale
         EXPECT_EQ(scene.row(2, 1)[0], 3 + 7 * 3);
-        EXPECT_EQ(scene.counts({99}, {2})[0], (3 * 100 + 7 * 3) % 256);
+        EXPECT_EQ(scene.count(99, 2), (3 * 100 + 7 * 3) % 256);
     }
 }
 
@@ -117,7 +102,7 @@ TEST(VissrOpen, SizesThatNothingCanRestOnAreRefusedWithOneLine)
 {
     const SynthVissr good;
     const std::size_t trans = good.blockOffset("trans");
-    const SynthVissrPatch cases[] = {
+    const SynthPatch cases[] = {
         vissrPatch(trans + 124, 0, 4),                             // lines
         vissrPatch(trans + 124, 0x7F800000, 4),                    // infinite
         vissrPatch(trans + 140, 0x47000000, 4),                    // 32768 pixels
@@ -126,7 +111,7 @@ TEST(VissrOpen, SizesThatNothingCanRestOnAreRefusedWithOneLine)
         vissrPatch(good.blockOffset("mode") + 144, 0xFFFFFFFF, 4), // gap before the pixels
         vissrPatch(good.blockOffset("mode") + 144, 0x7FFFFFFF, 4), //
     };
-    for (const SynthVissrPatch& c : cases) {
+    for (const SynthPatch& c : cases) {
         SynthVissr synth = good;
         synth.patches = {c};
         const Opening opening = open(synth);
@@ -153,7 +138,7 @@ TEST(VissrOpen, LinesOfVariantOneAreFoundByTheirNumbers)
         EXPECT_EQ(nbVissrIsErrorLine(scene.p(), c.line), c.result) << c.line;
     EXPECT_EQ(scene.row(11, 1)[0], 3 + 7 * 12);
     // Outside the lines of the file a sample is missing and no error.
-    EXPECT_EQ(scene.counts({5}, {2}), std::vector<std::int16_t>{-1});
+    EXPECT_EQ(scene.count(5, 2), -1);
     EXPECT_EQ(scene.result, 0);
 }
 
@@ -205,24 +190,9 @@ TEST(VissrOpen, DamagedDocumentationIsSurvived)
             synth.columns = 20;
             synth.missing = {5};
             const std::vector<std::byte> bytes = synth.bytes();
-            const TempFile file(bytes);
-            const auto tryOpen = [&] {
-                NbSatObject object{};
-                if (nbVissrLinkSat(&object, file.path().c_str()) != 0) return;
-                const float pixel[] = {3, -0.4F, 19.4F, 1e30F};
-                const float line[] = {4, 0, 11.4F, 6};
-                std::int16_t out[4];
-                double lon[4] = {140, 100, 1e308, -500};
-                double lat[4] = {0, 40, 10, -60};
-                float x[4];
-                float y[4];
-                NbPointInfo info[4];
-                object.SetStopGap(object.privateData, 3);
-                object.GetI2DataByPixLin(object.privateData, pixel, line, out, 4);
-                object.LonLatHgtToPixLinInfo(object.privateData, lon, lat, nullptr, x, y, info, 4);
-                object.PixLinToLonLatInfo(object.privateData, pixel, line, lon, lat, info, 4);
-                object.GetSatAtt(object.privateData, 51696.11, lon);
-                object.CloseFile(object.privateData);
+            const auto tryBytes = [](std::span<const std::byte> file) {
+                VissrScene scene(file);
+                if (scene.code == 0) useAll(scene, {});
             };
             std::vector<std::size_t> places;
             for (std::size_t at = 0; at < 36; at += 2)
@@ -240,19 +210,13 @@ TEST(VissrOpen, DamagedDocumentationIsSurvived)
             add(channel == 0 ? "calib0" : "calib1", 28, 48);
             for (const std::size_t at : places)
                 for (const int value : {0x00, 0x7F, 0xFF}) {
-                    std::fstream io(file.path(), std::ios::in | std::ios::out | std::ios::binary);
-                    const auto put = [&](const std::string& four) {
-                        io.seekp(static_cast<std::streamoff>(at));
-                        io.write(four.data(), 4).flush();
-                    };
-                    put(std::string(4, static_cast<char>(value)));
-                    tryOpen();
-                    put({reinterpret_cast<const char*>(bytes.data()) + at, 4});
+                    Bytes damaged = bytes;
+                    std::fill_n(damaged.begin() + static_cast<std::ptrdiff_t>(at), 4,
+                                static_cast<std::byte>(value));
+                    tryBytes(damaged);
                 }
-            for (std::size_t size = bytes.size(); size > 1777; size -= 1777) {
-                std::filesystem::resize_file(file.path(), size);
-                tryOpen();
-            }
+            for (std::size_t size = bytes.size(); size > 1777; size -= 1777)
+                tryBytes(std::span(bytes).first(size));
         }
 }
 

@@ -12,22 +12,6 @@ using Vector = SynthVissrVector;
 constexpr double pi = std::numbers::pi;
 constexpr double degree = 180 / pi;
 
-Vector operator+(Vector a, Vector b)
-{
-    return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
-Vector operator*(double k, Vector a)
-{
-    return {k * a.x, k * a.y, k * a.z};
-}
-double dot(Vector a, Vector b)
-{
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-Vector cross(Vector a, Vector b)
-{
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
 Vector unit(Vector a)
 {
     return 1 / std::sqrt(dot(a, a)) * a;
@@ -87,11 +71,6 @@ Traced trace(const SynthVissr& s, double pixel, double line)
             std::atan2(place.z * shrink, std::hypot(place.x, place.y)) * degree};
 }
 
-double lonDifference(double a, double b)
-{
-    return std::remainder(a - b, 360.0);
-}
-
 // The environment variable of the infrared navigation, taken back at the end of the scope.
 struct NavChannels {
     explicit NavChannels(const char* digits) { setenv("NB_VISSR_NAV_IR_CH", digits, 1); }
@@ -116,32 +95,25 @@ TEST(VissrNav, AgreesWithARayTraceBothWaysAllOverTheDisk)
                         const Traced truth = trace(s, pixel, line);
                         const auto x = static_cast<float>(pixel - 1);
                         const auto y = static_cast<float>(line - 1);
-                        double lon = 0;
-                        double lat = 0;
-                        const int code = scene.object.PixLinToLonLatInfo(scene.p(), &x, &y, &lon,
-                                                                         &lat, nullptr, 1);
-                        EXPECT_EQ(code, truth.hit ? 0 : 1) << pixel << ' ' << line;
+                        const auto place = scene.toEarth(x, y);
+                        EXPECT_EQ(place.bits, truth.hit ? 0 : 1) << pixel << ' ' << line;
                         if (!truth.hit) {
-                            EXPECT_EQ(lon, -9999.0);
-                            EXPECT_EQ(lat, -9999.0);
+                            EXPECT_EQ(place.lon, -9999.0);
+                            EXPECT_EQ(place.lat, -9999.0);
                             continue;
                         }
                         ++seen;
-                        EXPECT_NEAR(lonDifference(lon, truth.lon), 0, most) << pixel << ' ' << line;
-                        EXPECT_NEAR(lat, truth.lat, most) << pixel << ' ' << line;
+                        EXPECT_NEAR(std::remainder(place.lon - truth.lon, 360), 0, most)
+                            << pixel << ' ' << line;
+                        EXPECT_NEAR(place.lat, truth.lat, most) << pixel << ' ' << line;
                         // Back: the time is that of the step before the last one, up to a turn
                         // away. In a turn of 4 lines, 54.5 s, the satellite drifts by 545 m to
                         // the north, 0.0052 of a line, and its axis by 0.0000126 radian, 0.0043.
                         // Of the tilt only the linear part is used: 0.0007.
-                        float px = 0;
-                        float py = 0;
-                        ASSERT_EQ(scene.object.LonLatHgtToPixLinInfo(scene.p(), &truth.lon,
-                                                                     &truth.lat, nullptr, &px, &py,
-                                                                     nullptr, 1),
-                                  0)
-                            << pixel << ' ' << line;
-                        EXPECT_NEAR(px, x, 1e-2) << pixel << ' ' << line;
-                        EXPECT_NEAR(py, y, 1e-2) << pixel << ' ' << line;
+                        const auto back = scene.toImage(truth.lon, truth.lat);
+                        ASSERT_EQ(back.bits, 0) << pixel << ' ' << line;
+                        EXPECT_NEAR(back.pixel, x, 1e-2) << pixel << ' ' << line;
+                        EXPECT_NEAR(back.line, y, 1e-2) << pixel << ' ' << line;
                     }
                 EXPECT_GT(seen, 150); // most of the grid sees the earth
             }
@@ -163,14 +135,10 @@ TEST(VissrNav, WhatCannotBeSeenComesBackAsItsBit)
     };
     const VissrScene scene{SynthVissr{}};
     for (const auto& c : earth) {
-        float x = 0;
-        float y = 0;
-        EXPECT_EQ(scene.object.LonLatHgtToPixLinInfo(scene.p(), &c.lon, &c.lat, nullptr, &x, &y,
-                                                     nullptr, 1),
-                  c.code)
-            << c.what;
-        EXPECT_EQ(x, -9999.0F) << c.what;
-        EXPECT_EQ(y, -9999.0F) << c.what;
+        const auto at = scene.toImage(c.lon, c.lat);
+        EXPECT_EQ(at.bits, c.code) << c.what;
+        EXPECT_EQ(at.pixel, -9999.0F) << c.what;
+        EXPECT_EQ(at.line, -9999.0F) << c.what;
     }
     const struct {
         float pixel, line;
@@ -178,13 +146,8 @@ TEST(VissrNav, WhatCannotBeSeenComesBackAsItsBit)
     } image[] = {{-9999, 50, 8},  {50, -9999, 0},   {-0.51F, 50, 8}, {109.51F, 50, 8},
                  {50, -0.51F, 4}, {50, 109.51F, 4}, {0, 0, 1},       {-1, -1, 8}};
     for (const auto& c : image) {
-        double lon = 0;
-        double lat = 0;
-        EXPECT_EQ(
-            scene.object.PixLinToLonLatInfo(scene.p(), &c.pixel, &c.line, &lon, &lat, nullptr, 1),
-            c.code)
-            << c.pixel << ' ' << c.line;
-        EXPECT_EQ(lon, -9999.0);
+        EXPECT_EQ(scene.toEarth(c.pixel, c.line).bits, c.code) << c.pixel << ' ' << c.line;
+        EXPECT_EQ(scene.toEarth(c.pixel, c.line).lon, -9999.0);
     }
 }
 
@@ -195,15 +158,11 @@ TEST(VissrNav, LongitudesThatNeedWrappingKeepAFloatsPrecision)
     synth.tilt = synth.lineOffset = synth.pixelOffset = 0;
     synth.pixStep = 0x1p-15F; // about a kilometre
     const VissrScene scene(synth);
-    const double lon[4] = {140, 500, 500.00001, 140.00001};
-    const double lat[4] = {0, 0, 0, 0};
-    float x[4];
-    float y[4];
-    ASSERT_EQ(scene.object.LonLatHgtToPixLinInfo(scene.p(), lon, lat, nullptr, x, y, nullptr, 4),
-              0);
-    EXPECT_EQ(x[1], x[0]);
-    EXPECT_EQ(x[2], x[0]);
-    EXPECT_NE(x[3], x[0]);
+    const auto at = scene.toImage(140, 0);
+    ASSERT_EQ(at.bits, 0);
+    EXPECT_EQ(scene.toImage(500, 0).pixel, at.pixel);
+    EXPECT_EQ(scene.toImage(500.00001, 0).pixel, at.pixel);
+    EXPECT_NE(scene.toImage(140.00001, 0).pixel, at.pixel);
 }
 
 TEST(VissrNav, LinesOutsideTheFileHaveNoPosition)
@@ -214,15 +173,8 @@ TEST(VissrNav, LinesOutsideTheFileHaveNoPosition)
     const VissrScene scene(synth);
     const Traced inside = trace(scene.synth, 50, 45);
     const Traced above = trace(scene.synth, 50, 20);
-    float x = 0;
-    float y = 0;
-    const double height = 0;
-    EXPECT_EQ(scene.object.LonLatHgtToPixLinInfo(scene.p(), &inside.lon, &inside.lat, &height, &x,
-                                                 &y, nullptr, 1),
-              0);
-    EXPECT_EQ(scene.object.LonLatHgtToPixLinInfo(scene.p(), &above.lon, &above.lat, &height, &x, &y,
-                                                 nullptr, 1),
-              NB_NAV_LINE);
+    EXPECT_EQ(scene.toImage(inside.lon, inside.lat).bits, 0);
+    EXPECT_EQ(scene.toImage(above.lon, above.lat).bits, NB_NAV_LINE);
 }
 
 TEST(VissrNav, TimesOutsideTheTablesHaveNoPosition)
@@ -233,13 +185,13 @@ TEST(VissrNav, TimesOutsideTheTablesHaveNoPosition)
         (orbit ? synth.orbitEntries : synth.attitudeEntries) = 3;
         const VissrScene scene(synth);
         const float x[2] = {54, 54};
-        const float y[2] = {20, 54};
+        const float y[2] = {54, 20};
         double lon[2];
         double lat[2];
         EXPECT_EQ(scene.object.PixLinToLonLatInfo(scene.p(), x, y, lon, lat, nullptr, 2),
                   NB_NAV_TIME);
-        EXPECT_NE(lon[0], -9999.0);
-        EXPECT_EQ(lon[1], -9999.0);
+        EXPECT_EQ(lon[0], -9999.0);
+        EXPECT_NE(lon[1], -9999.0);
         double v[3];
         double spin[3];
         double sun[3];
@@ -258,12 +210,9 @@ TEST(VissrNav, TimesOutsideTheTablesHaveNoPosition)
 TEST(VissrNav, PointsTellTheirTimeTheirSatelliteAndTheSunAngle)
 {
     const VissrScene scene{SynthVissr{}};
-    const float x = 60;
-    const float y = 70;
-    double lon = 0;
-    double lat = 0;
     NbPointInfo info{};
-    ASSERT_EQ(scene.object.PixLinToLonLatInfo(scene.p(), &x, &y, &lon, &lat, &info, 1), 0);
+    const auto place = scene.toEarth(60, 70, &info);
+    ASSERT_EQ(place.bits, 0);
     const double t = timeOf(scene.synth, 61, 71);
     EXPECT_NEAR(info.time, t, 1e-9);
     // Between the entries and on their differences, whatever turns lie between.
@@ -283,11 +232,8 @@ TEST(VissrNav, PointsTellTheirTimeTheirSatelliteAndTheSunAngle)
         std::sqrt(big * big - std::pow(6378.14 * std::sin(z), 2)) - 6378.14 * std::cos(z);
     EXPECT_NEAR(info.satDistance, d, 22.0); // flattening
     // The way from earth to image tells the same point.
-    float px = 0;
-    float py = 0;
     NbPointInfo back{};
-    ASSERT_EQ(
-        scene.object.LonLatHgtToPixLinInfo(scene.p(), &lon, &lat, nullptr, &px, &py, &back, 1), 0);
+    ASSERT_EQ(scene.toImage(place.lon, place.lat, 0, &back).bits, 0);
     EXPECT_NEAR(back.time, t, 2 * 25.0 / 110 / 1440); // by two lines at most
     EXPECT_NEAR(back.satZenith, info.satZenith, 1e-3);
 }
@@ -296,28 +242,18 @@ TEST(VissrNav, TheShiftIsTakenOffOnTheWayToTheImageAndAddedOnTheWayBack)
 {
     const VissrScene scene{SynthVissr{}};
     const Traced truth = trace(scene.synth, 50, 60);
-    const float dPixel = 2.5F;
-    const float dLine = -3;
-    scene.object.SetShift(scene.p(), &dPixel, &dLine);
-    float x = 0;
-    float y = 0;
-    ASSERT_EQ(scene.object.LonLatHgtToPixLinInfo(scene.p(), &truth.lon, &truth.lat, nullptr, &x, &y,
-                                                 nullptr, 1),
-              0);
-    EXPECT_NEAR(x, 49 - 2.5, 5e-3);
-    EXPECT_NEAR(y, 59 + 3, 5e-3);
-    double lon = 0;
-    double lat = 0;
-    const float px = 46.5F;
-    const float py = 62;
-    ASSERT_EQ(scene.object.PixLinToLonLatInfo(scene.p(), &px, &py, &lon, &lat, nullptr, 1), 0);
-    EXPECT_NEAR(lon, truth.lon, 1e-3);
-    EXPECT_NEAR(lat, truth.lat, 1e-3);
+    scene.shift(2.5F, -3);
+    const auto at = scene.toImage(truth.lon, truth.lat);
+    ASSERT_EQ(at.bits, 0);
+    EXPECT_NEAR(at.pixel, 49 - 2.5, 5e-3);
+    EXPECT_NEAR(at.line, 59 + 3, 5e-3);
+    const auto place = scene.toEarth(46.5F, 62);
+    ASSERT_EQ(place.bits, 0);
+    EXPECT_NEAR(place.lon, truth.lon, 1e-3);
+    EXPECT_NEAR(place.lat, truth.lat, 1e-3);
     // Deliberate in the driver: the range is tested with the shift in, so the last three lines
     // that a shift of -3 leaves at the top have no way back.
-    const float top = 2;
-    EXPECT_EQ(scene.object.PixLinToLonLatInfo(scene.p(), &px, &top, &lon, &lat, nullptr, 1),
-              NB_NAV_LINE);
+    EXPECT_EQ(scene.toEarth(46.5F, 2).bits, NB_NAV_LINE);
 }
 
 TEST(VissrNav, TheEnvironmentNamesTheChannelWhoseParametersNavigate)
@@ -328,12 +264,9 @@ TEST(VissrNav, TheEnvironmentNamesTheChannelWhoseParametersNavigate)
     const VissrScene scene(synth);
     const Traced truth = trace(scene.synth, 50, 60); // by the parameters of channel 1
     const auto lineOf = [&] {
-        float x = 0;
-        float y = 0;
-        EXPECT_EQ(scene.object.LonLatHgtToPixLinInfo(scene.p(), &truth.lon, &truth.lat, nullptr, &x,
-                                                     &y, nullptr, 1),
-                  0);
-        return y;
+        const auto at = scene.toImage(truth.lon, truth.lat);
+        EXPECT_EQ(at.bits, 0);
+        return at.line;
     };
     EXPECT_NEAR(lineOf(), 59, 5e-3);
     const struct {
@@ -352,22 +285,6 @@ TEST(VissrNav, TheEnvironmentNamesTheChannelWhoseParametersNavigate)
         EXPECT_EQ(err.get(), c.told ? text : "") << c.digits;
         // The satellite drifts while it scans the lines between, by 0.0013 of a line in each.
         EXPECT_NEAR(line, 59 + c.shift, 0.02) << c.digits;
-    }
-    // Less than half a line away from channel 1 a centre line becomes that of channel 1.
-    const NavChannels own("123");
-    nbpVissrAlignCentreLine(scene.p(), 2);
-    EXPECT_NEAR(lineOf(), 63, 0.02);
-    SynthVissr near = synth;
-    near.centreLineShift[2] = 0.4F;
-    const VissrScene other(near);
-    float x = 0;
-    float y = 0;
-    for (const float expected : {59.4F, 59.0F}) {
-        ASSERT_EQ(other.object.LonLatHgtToPixLinInfo(other.p(), &truth.lon, &truth.lat, nullptr, &x,
-                                                     &y, nullptr, 1),
-                  0);
-        EXPECT_NEAR(y, expected, 0.02);
-        nbpVissrAlignCentreLine(other.p(), 2);
     }
 }
 

@@ -15,13 +15,12 @@ namespace {
 
 TEST(DifferencePaths, FollowTheChannelsWord)
 {
-    struct Case {
+    const struct {
         int mode;
         const char* input;
         const char* first; // null: no word in the name
         const char* second;
-    };
-    const Case rows[] = {
+    } rows[] = {
         {1, "IMG_IR1.dat", "IMG_IR1.dat", "IMG_IR2.dat"},
         {1, "IMG_SP1.dat", "IMG_IR1.dat", "IMG_IR1.dat"}, // not IR2
         {1, "SP1/x_IR1", "IR1/x_IR1", "IR1/x_IR2"},
@@ -35,20 +34,14 @@ TEST(DifferencePaths, FollowTheChannelsWord)
         {1, "ir1_B13", "ir1_B13", "ir1_B15"}, // capitals before small letters
         {1, "Ir1_b07", nullptr, nullptr},
         {2, "IMG_SP2", "IMG_IR4", "IMG_IR1"},
-        {2, "IR4/IR4", "IR4/IR4", "IR1/IR1"},
         {2, "SP2IR4", "IR4IR4", "IR1IR1"},
         {2, "HS_B07", "HS_B07", "HS_B13"},
-        {2, "x_sp2", "x_ir4", "x_ir1"},
-        {2, "hs_b07", "hs_b07", "hs_b13"},
         {2, "HS_B13", nullptr, nullptr},
         {3, "IMG_SP3", "IMG_IR1", "IMG_IR3"},
-        {3, "IR1/IR1", "IR1/IR1", "IR3/IR3"},
         {3, "HS_B13", "HS_B13", "HS_B08"},
-        {3, "x_sp3", "x_ir1", "x_ir3"},
-        {3, "hs_b13", "hs_b13", "hs_b08"},
         {3, "IR4", nullptr, nullptr},
     };
-    for (const Case& row : rows) {
+    for (const auto& row : rows) {
         const auto paths = differencePaths(row.mode, row.input);
         ASSERT_EQ(paths.has_value(), row.first != nullptr) << row.mode << " " << row.input;
         if (!paths) continue;

@@ -242,14 +242,18 @@ TEST_F(OutputFile, AnInputIsRefusedByWhateverName)
     writeText(dir / "list", "nothing\nir\n");
     fs::create_symlink("ir", dir / "link");
     fs::create_symlink("../link", dir / "out/chain");
+    fs::create_hard_link(dir / "ir", dir / "hard");
     const Bytes before = readFile(dir / "ir");
     for (const char* const script :
-         {"\"$1\" ir ./out/../ir", "\"$1\" ir out/chain", "\"$1\" -m list link",
-          "\"$1\" ir /dev/stdout >>ir", "exec 3>>ir; \"$1\" ir /dev/fd/3"}) {
+         {"\"$1\" 'ir?type=hisd' hard", "\"$1\" -m list list", "\"$1\" ir ./out/../ir",
+          "\"$1\" ir out/chain", "\"$1\" -m list link", "\"$1\" ir /dev/stdout >>ir",
+          "exec 3>>ir; \"$1\" ir /dev/fd/3"}) {
         const ProgramResult result = runProgram(
             "/bin/bash", {"-c", std::string("cd \"$0\"; ") + script, dir.path(), NIMBEX_PROGRAM});
         EXPECT_EQ(result.status, NB_RUN_OUTPUT_OPEN) << script << result.err;
-        EXPECT_NE(result.err.find(": is an input file, "), std::string::npos) << script;
+        EXPECT_TRUE(result.err.ends_with(": is an input file, another file expected for the output"
+                                         "\nerror : 74\n"))
+            << script << result.err;
         EXPECT_EQ(readFile(dir / "ir"), before) << script;
     }
 }

@@ -360,27 +360,6 @@ TEST_F(Program, AGridThatMemoryCannotHoldIsNotSearched)
     EXPECT_NE(result.err.find("800000000 byte"), std::string::npos) << result.err;
 }
 
-TEST_F(Program, AnInputIsNeverTheOutput)
-{
-    const Bytes before = readFile(dir / "ir.dat");
-    std::filesystem::create_hard_link(dir / "ir.dat", dir / "link");
-    writeText(dir / "list", (dir / "nothing") + "\n" + (dir / "ir.dat") + "\n");
-    const std::vector<std::vector<std::string>> rows = {
-        {dir / "ir.dat", dir / "ir.dat"},
-        {dir / "ir.dat?type=hisd", dir / "link"},
-        {"-m", dir / "list", dir / "link"},
-        {"-m", dir / "list", dir / "list"},
-    };
-    for (const auto& arguments : rows) {
-        const ProgramResult result = nimbex(arguments);
-        EXPECT_EQ(result.status, 74) << arguments.back();
-        EXPECT_EQ(result.err, "nimbex : " + arguments.back() +
-                                  ": is an input file, another file expected for the output\n"
-                                  "error : 74\n");
-    }
-    EXPECT_EQ(readFile(dir / "ir.dat"), before);
-}
-
 TEST_F(Program, AnOutputThatCannotBeWrittenIsNotLeftHalf)
 {
     const ProgramResult full = nimbex({dir / "ir.dat", "/dev/full", dir / "map"});

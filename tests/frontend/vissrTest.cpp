@@ -8,7 +8,6 @@
 #include "tests/synth/synthVissr.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <gtest/gtest.h>
 
 namespace {
@@ -49,53 +48,18 @@ TEST(VissrAdjNavPara, ACentreLineWithinHalfALineOfTheFirstChannelBecomesIts)
         NbSatObject object{};
         ASSERT_EQ(nbSatOpenObject(&object, file.path().c_str()), 0);
         ASSERT_EQ(nbSatSetElems(&object, "IR2_T"), 20001);
-        const double lon = 140;
-        const double lat = 5;
-        float pixel = 0;
-        float before = 0;
-        float after = 0;
-        nbSatLonLatToPixLin(&object, &lon, &lat, &pixel, &before, 1);
+        const auto line = [&] {
+            const double lon = 140, lat = 5;
+            float pixel = 0, found = 0;
+            nbSatLonLatToPixLin(&object, &lon, &lat, &pixel, &found, 1);
+            return found;
+        };
+        const float before = line();
         AdjNavPara(&object, NbSettings{});
-        nbSatLonLatToPixLin(&object, &lon, &lat, &pixel, &after, 1);
-        EXPECT_NEAR(before - after, shift < 0.5F ? shift : 0, 1e-2);
+        EXPECT_NEAR(before - line(), shift < 0.5F ? shift : 0, 1e-2);
         nbSatCloseObject(&object);
     }
     unsetenv("NB_VISSR_NAV_IR_CH");
-}
-
-// Two counts, north and south of the middle, on a map through the whole program.
-TEST(VissrProgram, AnImageConvertsToAMap)
-{
-    for (const int channel : {0, 1}) {
-        SynthVissr synth{.channel = channel};
-        synth.fill = [](int, int line) { return line <= 55 ? 50 : 30; };
-        synth.albedo = [](int, int count) { return static_cast<float>(count) / 64; };
-        const TempDir dir;
-        writeFile(dir / "in", synth.bytes());
-        writeText(dir / "map", "STDLON 130\nSTDLAT 10\nSTDXSIZ 1\nSTDYSIZ 1\nSTDXNUM 20\n"
-                               "STDYNUM 21\n");
-        const ProgramResult result =
-            runProgram(NIMBEX_PROGRAM, {dir / "in", dir / "out", dir / "map"});
-        EXPECT_EQ(result.status, 0) << result.err;
-        EXPECT_EQ(result.err, "complete : 0\n");
-        const Bytes out = readFile(dir / "out");
-        ASSERT_GT(out.size(), 21U * 256);
-        EXPECT_EQ(std::memcmp(&out[12], "GMS-5   ", 8), 0);
-        // The rows are the last thing in the file; here each has 256 bytes, of which 4 its length
-        // and then 20 cells.
-        const auto cell = [&](std::size_t row, std::size_t x) {
-            return out[out.size() - (21 - row) * 256 + 4 + x];
-        };
-        // Infrared cells are the counts. The four detectors have equal albedos here, and count c
-        // the levels 4 c - 3 to 4 c.
-        for (const std::size_t row : {0U, 1U, 2U, 3U, 17U, 18U, 19U, 20U})
-            for (std::size_t x = 0; x < 20; ++x) {
-                const int count = row < 10 ? 50 : 30;
-                const int value = std::to_integer<int>(cell(row, x));
-                EXPECT_LE(value, channel == 0 ? 4 * count : count) << channel << ' ' << row;
-                EXPECT_GE(value, channel == 0 ? 4 * count - 3 : count) << channel << ' ' << row;
-            }
-    }
 }
 
 } // namespace

@@ -143,31 +143,6 @@ TEST(SatElem, PrintInfoListsWhatIsOpen)
     nbSatCloseObject(&object);
 }
 
-// Radiances at the two ends of the ten-bit calibration of the two imagers that rows 8 to 11 and 16
-// to 19 stand for. The last column is how far the printed digits and one wavelength a band let the
-// temperature of the low end come.
-struct CalibrationEnd {
-    int band;
-    double radiance;
-    double temperature;
-    double tolerance;
-};
-constexpr CalibrationEnd calibrationEnds[] = {
-    {8, 14.53283, 330, 0.2},   {8, 0.029055, 130, 0.2},   {9, 12.963168, 330, 0.2},
-    {9, 0.047632, 130, 0.2},   {10, 6.98509, 300, 0.2},   {10, 0.000661, 130, 0.2},
-    {11, 1.082384, 320, 0.2},  {16, 14.541536, 330, 0.2}, {16, 0.028997, 130, 0.2},
-    {17, 13.013632, 330, 0.2}, {17, 0.047068, 130, 0.2},  {18, 7.0410504, 300, 0.2},
-    {18, 0.0006891, 130, 0.2}, {19, 1.0005364, 320, 0.2}, {19, 3.3e-08, 130, 1.5},
-};
-
-TEST(SatBand, RadiancesOfTheTenBitCalibrationComeBackAsItsTemperatures)
-{
-    for (const CalibrationEnd& end : calibrationEnds)
-        EXPECT_NEAR(nbSatSenPlanckTempWaveLen(end.band, end.radiance), end.temperature,
-                    end.tolerance)
-            << end.band << ' ' << end.radiance;
-}
-
 TEST(SatBand, CoefficientsOfTheFirstRowAndTheEnds)
 {
     double out[6] = {};

@@ -88,6 +88,14 @@ void writeText(const std::string& path, std::string_view text)
     writeFile(path, std::as_bytes(std::span(text.data(), text.size())));
 }
 
+Bytes numberBytes(std::uint64_t value, std::size_t width, bool big)
+{
+    Bytes bytes(width);
+    for (std::size_t i = 0; i < width; ++i)
+        bytes[i] = static_cast<std::byte>(value >> (8 * (big ? width - 1 - i : i)));
+    return bytes;
+}
+
 ProgramResult runProgram(const std::string& program, const std::vector<std::string>& arguments)
 {
     std::FILE* out = std::tmpfile();

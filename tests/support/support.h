@@ -82,6 +82,9 @@ T numberAt(std::span<const std::byte> bytes, std::size_t offset, bool big = fals
     return value;
 }
 
+// The low `width` bytes of a number, little-endian (or big-endian with `big`).
+Bytes numberBytes(std::uint64_t value, std::size_t width, bool big = false);
+
 struct ProgramResult {
     int status = -1; // exit status; 128 + signal when killed
     std::string out; // standard output

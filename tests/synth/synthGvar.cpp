@@ -2,10 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <memory>
 #include <set>
-#include <stdexcept>
 
 namespace {
 
@@ -282,14 +279,9 @@ std::vector<std::byte> SynthGvar::bytes() const
 
 void SynthGvar::write(const std::string& path) const
 {
-    const auto close = [](std::FILE* f) { std::fclose(f); };
-    const std::unique_ptr<std::FILE, decltype(close)> f(std::fopen(path.c_str(), "wb"), close);
-    if (!f) throw std::runtime_error("cannot write " + path);
-    for (int scan = 0; scan < scans(); ++scan) {
-        const Bytes more = scanBytes(*this, scan);
-        if (std::fwrite(more.data(), 1, more.size(), f.get()) != more.size())
-            throw std::runtime_error("cannot write " + path);
-    }
+    SynthFile file(path);
+    for (int scan = 0; scan < scans(); ++scan)
+        file(scanBytes(*this, scan));
 }
 
 SynthGvar SynthGvar::fullDisk() const

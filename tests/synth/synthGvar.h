@@ -3,6 +3,8 @@
  * Writes GVAR files of the GOES imager for tests and fuzzers, from the published layout of the
  * blocks. The defaults make a small sector around the middle of the instrument's field.
  */
+#include "tests/synth/synthBytes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>

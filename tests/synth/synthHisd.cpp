@@ -4,13 +4,10 @@
 #include <bit>
 #include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <limits>
-#include <memory>
 #include <numbers>
-#include <stdexcept>
 #include <string_view>
 
 namespace {
@@ -117,40 +114,7 @@ double lineMjd(const SynthHisd& s, int line)
     return s.startMjd + (s.endMjd - s.startMjd) * (line - 1) / (s.diskLines - 1);
 }
 
-// Collects numbers in the file's byte order.
-class Block {
-public:
-    explicit Block(bool bigEndian) : swap_(bigEndian != (std::endian::native == std::endian::big))
-    {
-    }
-
-    Block& u8(int value) { return number(static_cast<std::uint8_t>(value)); }
-    Block& u16(int value) { return number(static_cast<std::uint16_t>(value)); }
-    Block& u32(std::int64_t value) { return number(static_cast<std::uint32_t>(value)); }
-    Block& f32(float value) { return number(value); }
-    Block& f64(double value) { return number(value); }
-    Block& text(std::string_view value, std::size_t width)
-    {
-        for (std::size_t i = 0; i < width; ++i)
-            bytes.push_back(i < value.size() ? static_cast<std::byte>(value[i]) : std::byte{0});
-        return *this;
-    }
-    Block& spare(std::size_t width) { return text("", width); }
-
-    std::vector<std::byte> bytes;
-
-private:
-    template <class T>
-    Block& number(T value)
-    {
-        std::byte raw[sizeof(T)];
-        std::memcpy(raw, &value, sizeof(T));
-        if (swap_) std::reverse(std::begin(raw), std::end(raw));
-        bytes.insert(bytes.end(), std::begin(raw), std::end(raw));
-        return *this;
-    }
-    bool swap_;
-};
+using Block = SynthBlock;
 
 Block calibrationBlock(const SynthHisd& s)
 {
@@ -276,36 +240,17 @@ std::vector<std::byte> SynthHisd::bytes() const
     pour(resolved(), [&](std::span<const std::byte> piece) {
         file.insert(file.end(), piece.begin(), piece.end());
     });
-    for (const SynthPatch& patch : patches) {
-        const std::size_t at = std::min(blockOffset(patch.block) + patch.offset, file.size());
-        const std::size_t n = std::min(patch.bytes.size(), file.size() - at);
-        std::copy_n(patch.bytes.begin(), n, file.begin() + static_cast<std::ptrdiff_t>(at));
-    }
-    file.resize(std::min(cutAt, file.size()));
+    synthDamage(file, patches, cutAt, [&](int block) { return blockOffset(block); });
     return file;
 }
 
 void SynthHisd::write(const std::string& path) const
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "wb"),
-                                                               std::fclose);
-    const auto check = [&](bool good) {
-        if (!good) throw std::runtime_error("SynthHisd::write() : " + path);
-    };
-    check(file != nullptr);
-    std::size_t size = 0;
-    pour(resolved(), [&](std::span<const std::byte> piece) {
-        check(std::fwrite(piece.data(), 1, piece.size(), file.get()) == piece.size());
-        size += piece.size();
-    });
-    for (const SynthPatch& patch : patches) {
-        const std::size_t at = std::min(blockOffset(patch.block) + patch.offset, size);
-        const std::size_t n = std::min(patch.bytes.size(), size - at);
-        check(std::fseek(file.get(), static_cast<long>(at), SEEK_SET) == 0);
-        check(std::fwrite(patch.bytes.data(), 1, n, file.get()) == n);
-    }
-    check(std::fflush(file.get()) == 0);
-    if (cutAt < size) std::filesystem::resize_file(path, cutAt);
+    SynthFile file(path);
+    if (patches.empty() && cutAt == SIZE_MAX)
+        pour(resolved(), file);
+    else
+        file(bytes());
 }
 
 std::size_t SynthHisd::blockOffset(int block) const

@@ -3,19 +3,14 @@
  * Writes Himawari Standard Data files for tests, demo and fuzzers, from the published layout.
  * The defaults make a small full disk: the same earth as the real one, in fewer columns.
  */
+#include "tests/synth/synthBytes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <span>
 #include <string>
 #include <vector>
-
-// Overwrites bytes of the finished file: for damage of any kind.
-struct SynthPatch {
-    std::size_t offset = 0; // from the start of the block
-    std::vector<std::byte> bytes = {};
-    int block = 0; // 1 to 11 that header block, 12 the raster, 0 the whole file
-};
 
 struct SynthHisd {
     std::string satellite = "Himawari-8";
@@ -91,8 +86,8 @@ struct SynthHisd {
     // 7 * line) modulo the levels inside the disk (column from 1), outsideCount off it.
     std::function<void(int line, std::span<std::uint16_t> counts)> fill = {};
 
-    std::vector<SynthPatch> patches = {};
-    std::size_t cutAt = SIZE_MAX; // the file ends here
+    std::vector<SynthPatch> patches = {}; // blocks 1 to 11 of the header, 12 the raster
+    std::size_t cutAt = SIZE_MAX;         // the file ends here
 
     std::vector<std::byte> bytes() const;      // the whole file
     void write(const std::string& path) const; // line by line, for large ones

@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <cstdio>
-#include <fstream>
-#include <stdexcept>
 #include <string_view>
 
 namespace {
@@ -13,40 +10,26 @@ namespace {
 // Infrared disk of 2200 columns: columns per degree of scan angle x 2^16.
 constexpr double cfacOf2200 = 8170135;
 
-class Record {
+class Record : SynthBlock {
 public:
-    Record(bool bigEndian, int type) : bigEndian_(bigEndian) { u8(type).u16(0); }
+    Record(bool bigEndian, int type) : SynthBlock(bigEndian) { SynthBlock::u8(type).u16(0); }
 
-    Record& u8(std::int64_t value) { return number(value, 1); }
-    Record& u16(std::int64_t value) { return number(value, 2); }
-    Record& u32(std::int64_t value) { return number(value, 4); }
+    Record& u8(std::int64_t value) { return SynthBlock::u8(value), *this; }
+    Record& u16(std::int64_t value) { return SynthBlock::u16(value), *this; }
+    Record& u32(std::int64_t value) { return SynthBlock::u32(value), *this; }
     Record& text(std::string_view value, std::size_t width)
     {
-        for (std::size_t i = 0; i < width; ++i)
-            bytes_.push_back(i < value.size() ? static_cast<std::byte>(value[i]) : std::byte{0});
-        return *this;
+        return SynthBlock::text(value, width), *this;
     }
     // The record with its length in it.
     std::vector<std::byte> done()
     {
-        const std::vector<std::byte> all = bytes_;
-        bytes_.resize(1);
+        const std::vector<std::byte> all = bytes;
+        bytes.resize(1);
         u16(static_cast<std::int64_t>(all.size()));
-        bytes_.insert(bytes_.end(), all.begin() + 3, all.end());
-        return bytes_;
+        bytes.insert(bytes.end(), all.begin() + 3, all.end());
+        return bytes;
     }
-
-private:
-    Record& number(std::int64_t value, int width)
-    {
-        for (int i = 0; i < width; ++i) {
-            const int shift = 8 * (bigEndian_ ? width - 1 - i : i);
-            bytes_.push_back(static_cast<std::byte>(value >> shift & 0xFF));
-        }
-        return *this;
-    }
-    bool bigEndian_;
-    std::vector<std::byte> bytes_;
 };
 
 // Lines of the file at which its tables have entries: every 10th and the last.
@@ -139,11 +122,7 @@ std::vector<std::byte> SynthHrit::bytes() const
 
 void SynthHrit::write(const std::string& path) const
 {
-    const std::vector<std::byte> all = bytes();
-    std::ofstream file(path, std::ios::binary);
-    for (const std::byte b : all)
-        file.put(static_cast<char>(b));
-    if (!file.flush()) throw std::runtime_error("SynthHrit::write() : " + path);
+    SynthFile{path}(bytes());
 }
 
 std::size_t SynthHrit::recordOffset(int k) const

@@ -4,6 +4,8 @@
  * a small full disk of MTSAT-1R's first infrared channel: the same earth as the real one, in fewer
  * columns.
  */
+#include "tests/synth/synthBytes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>

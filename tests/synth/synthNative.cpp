@@ -2,11 +2,8 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdio>
 #include <cstring>
-#include <memory>
 #include <span>
-#include <stdexcept>
 #include <string_view>
 #include <utility>
 
@@ -269,22 +266,11 @@ std::vector<std::byte> SynthNative::bytes() const
 {
     Bytes file;
     pour(*this, [&](const Bytes& piece) { file.insert(file.end(), piece.begin(), piece.end()); });
-    for (const Patch& patch : patches) {
-        const std::size_t at = std::min(patch.offset, file.size());
-        const std::size_t n = std::min(patch.bytes.size(), file.size() - at);
-        std::copy_n(patch.bytes.begin(), n, file.begin() + static_cast<std::ptrdiff_t>(at));
-    }
-    file.resize(std::min(cutAt, file.size()));
+    synthDamage(file, patches, cutAt);
     return file;
 }
 
 void SynthNative::write(const std::string& path) const
 {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "wb"),
-                                                               std::fclose);
-    if (!file) throw std::runtime_error("SynthNative::write() : " + path);
-    pour(*this, [&](const Bytes& piece) {
-        if (std::fwrite(piece.data(), 1, piece.size(), file.get()) != piece.size())
-            throw std::runtime_error("SynthNative::write() : " + path);
-    });
+    pour(*this, SynthFile(path));
 }

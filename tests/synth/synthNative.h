@@ -4,6 +4,8 @@
  * published layout. The defaults make three channels, one of them HRV, in few lines and columns;
  * the view of the earth is that of the real grids, so a small image is their first corner.
  */
+#include "tests/synth/synthBytes.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -12,12 +14,6 @@
 #include <vector>
 
 struct SynthNative {
-    // Overwrites bytes of the finished file.
-    struct Patch {
-        std::size_t offset = 0;
-        std::vector<std::byte> bytes = {};
-    };
-
     bool raw = false; // begins with the level 1.5 header and holds `channels[0]` alone
     // Where the satellite id stands behind text headers: 0x1421 in the files of the ground
     // segment. In raw files it is 3.
@@ -43,7 +39,7 @@ struct SynthNative {
     // Count of a pixel; column from 0, line from 1. Empty: defaultCount.
     std::function<int(int channel, int column, int line)> count = {};
 
-    std::vector<Patch> patches = {};
+    std::vector<SynthPatch> patches = {};
     std::size_t cutAt = SIZE_MAX;
 
     std::vector<std::byte> bytes() const;

@@ -73,10 +73,7 @@ LineTime timeOf(const SynthNoaa& s, int line)
 
 std::vector<std::byte> finish(const SynthNoaa& s, std::vector<std::byte> file)
 {
-    for (const SynthNoaaPatch& patch : s.patches)
-        for (std::size_t i = 0; i < patch.bytes.size() && patch.offset + i < file.size(); ++i)
-            file[patch.offset + i] = patch.bytes[i];
-    if (s.cutAt < file.size()) file.resize(s.cutAt);
+    synthDamage(file, s.patches, s.cutAt);
     return file;
 }
 

@@ -5,6 +5,8 @@
  * Guide (records of 3220 bytes). The pass comes from a circular orbit around a turning sphere and
  * the scan geometry of the AVHRR, so that every pixel has a place in closed form.
  */
+#include "tests/synth/synthBytes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -30,11 +32,6 @@ struct SynthOrbit {
     double satZenith(double pixel) const; // at a pixel of any line, degree
 };
 
-struct SynthNoaaPatch {
-    std::size_t offset = 0; // in the file
-    std::vector<std::byte> bytes = {};
-};
-
 struct SynthNoaa {
     int lines = 120;
     SynthOrbit orbit = {};
@@ -43,7 +40,7 @@ struct SynthNoaa {
     std::uint32_t millisecond = 68640000; // 19:04
     // Count of a sample; slot 0 to 4. Empty: (7 * line + 3 * pixel + 101 * slot) modulo 1024.
     std::function<int(int line, int pixel, int slot)> fill = {};
-    std::vector<SynthNoaaPatch> patches = {};
+    std::vector<SynthPatch> patches = {};
     std::size_t cutAt = SIZE_MAX; // the file ends here
 
     int count(int line, int pixel, int slot) const;

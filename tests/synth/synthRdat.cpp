@@ -5,7 +5,6 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
-#include <fstream>
 #include <numbers>
 #include <string_view>
 
@@ -58,44 +57,7 @@ Vector efToJ2000(const Vector& ef, double mjd)
     return turn(turn(turn(v, 2, -z), 1, theta), 2, -zeta);
 }
 
-// Collects numbers in the file's byte order.
-class Block {
-public:
-    explicit Block(bool bigEndian) : swap_(bigEndian != (std::endian::native == std::endian::big))
-    {
-    }
-    Block& u16(unsigned value) { return number(static_cast<std::uint16_t>(value)); }
-    Block& u32(std::uint64_t value) { return number(static_cast<std::uint32_t>(value)); }
-    Block& i32(int value) { return number(static_cast<std::int32_t>(value)); }
-    Block& f64(double value) { return number(value); }
-    Block& f64s(const double* values, std::size_t n)
-    {
-        for (std::size_t i = 0; i < n; ++i)
-            f64(values[i]);
-        return *this;
-    }
-    Block& text(std::string_view value, std::size_t width)
-    {
-        for (std::size_t i = 0; i < width; ++i)
-            bytes.push_back(i < value.size() ? static_cast<std::byte>(value[i]) : std::byte{0});
-        return *this;
-    }
-    Block& spare(std::size_t width) { return text("", width); }
-
-    std::vector<std::byte> bytes;
-
-private:
-    template <class T>
-    Block& number(T value)
-    {
-        std::byte raw[sizeof(T)];
-        std::memcpy(raw, &value, sizeof(T));
-        if (swap_) std::reverse(std::begin(raw), std::end(raw));
-        bytes.insert(bytes.end(), std::begin(raw), std::end(raw));
-        return *this;
-    }
-    bool swap_;
-};
+using Block = SynthBlock;
 
 // A time as the file has it.
 double fileTime(const SynthRdat& s, double mjd)
@@ -139,7 +101,7 @@ Block navigationBlock(const SynthRdat& s)
 {
     constexpr double earthTurn = 7.292115855e-5; // rad/s
     Block b(s.bigEndian);
-    b.f64(0).i32(s.orbitCount).spare(4);
+    b.f64(0).u32(s.orbitCount).spare(4);
     for (int i = 0; i < s.orbitCount; ++i) {
         const double mjd = recordTime(s, i, s.orbitCount);
         const double lon = s.subLon * radian;
@@ -148,8 +110,8 @@ Block navigationBlock(const SynthRdat& s)
         b.f64(fileTime(s, mjd)).f64s(efToJ2000(ef, mjd).data(), 3);
         b.f64s(efToJ2000(efVelocity, mjd).data(), 3).spare(18 * 8);
     }
-    b.u32(0).u32(s.distortionMode).i32(s.attitudeCount).i32(s.mirrorCount);
-    b.i32(s.distortionCount).i32(s.coregistrationCount);
+    b.u32(0).u32(s.distortionMode).u32(s.attitudeCount).u32(s.mirrorCount);
+    b.u32(s.distortionCount).u32(s.coregistrationCount);
     for (int i = 0; i < s.attitudeCount; ++i)
         b.f64(fileTime(s, recordTime(s, i, s.attitudeCount))).f64s(s.attitude, 3);
     for (int i = 0; i < s.mirrorCount; ++i) {
@@ -170,7 +132,7 @@ Block navigationBlock(const SynthRdat& s)
 Block psicBlock(const SynthRdat& s)
 {
     Block b(s.bigEndian);
-    b.u32(0).u32(0).u32(0).i32(s.clockCount).f64(fileTime(s, s.startMjd)).u32(0).u32(0);
+    b.u32(0).u32(0).u32(0).u32(s.clockCount).f64(fileTime(s, s.startMjd)).u32(0).u32(0);
     b.f64(tickSeconds);
     for (int i = 0; i < s.clockCount; ++i) {
         const double seconds = s.scanSeconds * i / std::max(s.clockCount - 1, 1);
@@ -209,7 +171,7 @@ std::vector<std::vector<std::byte>> headerBlocks(const SynthRdat& s)
     Block creation(s.bigEndian);
     creation.text(std::string("HIMA") + s.satellite + "ZAN", 8).spare(64);
     creation.u32(s.bigEndian ? 1 : 0).spare(4).f64(fileTime(s, s.startMjd));
-    creation.f64(fileTime(s, s.startMjd)).i32(s.leapSeconds).i32(0);
+    creation.f64(fileTime(s, s.startMjd)).u32(s.leapSeconds).u32(0);
 
     Block structure(s.bigEndian);
     structure.u32(total).u32(first).u32(0x68).u32(52).u32(0x58);
@@ -247,20 +209,13 @@ std::vector<std::byte> SynthRdat::bytes() const
         file.bytes.insert(file.bytes.end(), block.begin(), block.end());
     for (int line = 0; line < lines; ++line)
         putLine(*this, line, file);
-    for (const SynthRdatPatch& patch : patches) {
-        const std::size_t at = (patch.block == 0 ? 0 : blockOffset(patch.block)) + patch.offset;
-        for (std::size_t i = 0; i < patch.bytes.size() && at + i < file.bytes.size(); ++i)
-            file.bytes[at + i] = patch.bytes[i];
-    }
-    if (cutAt < file.bytes.size()) file.bytes.resize(cutAt);
+    synthDamage(file.bytes, patches, cutAt, [&](int block) { return blockOffset(block); });
     return file.bytes;
 }
 
 void SynthRdat::write(const std::string& path) const
 {
-    const auto all = bytes();
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(all.data()), static_cast<std::streamsize>(all.size()));
+    SynthFile{path}(bytes());
 }
 
 // The mirrors turn the ray of a detector (angle b to the north) to the east angle p and the north

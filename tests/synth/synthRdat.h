@@ -4,18 +4,13 @@
  * scan is that of a satellite at rest over the equator: its places on earth have a closed form,
  * which place() gives, while the file carries orbit and attitude in the inertial frame.
  */
+#include "tests/synth/synthBytes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
-
-struct SynthRdatPatch {
-    std::size_t offset = 0; // from the start of the block
-    std::vector<std::byte> bytes = {};
-    int block = 0; // 1 creation, 2 structure, 3 observation, 4 calibration, 5 navigation, 6 PSIC,
-                   // 7 lines; 0 the whole file
-};
 
 struct SynthRdat {
     char satellite = '8';
@@ -61,7 +56,8 @@ struct SynthRdat {
     // Word of a pixel; empty: the default count << 2.
     std::function<std::uint16_t(int column, int line)> word = {};
 
-    std::vector<SynthRdatPatch> patches = {};
+    // 1 creation, 2 structure, 3 observation, 4 calibration, 5 navigation, 6 PSIC, 7 lines.
+    std::vector<SynthPatch> patches = {};
     std::size_t cutAt = SIZE_MAX;
 
     std::vector<std::byte> bytes() const;

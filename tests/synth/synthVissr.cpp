@@ -14,23 +14,6 @@ constexpr double pi = std::numbers::pi;
 constexpr double radian = pi / 180;
 constexpr double radius = 42164.2e3; // earth centre to satellite, m
 
-Vector operator+(Vector a, Vector b)
-{
-    return {a.x + b.x, a.y + b.y, a.z + b.z};
-}
-Vector operator*(double k, Vector a)
-{
-    return {k * a.x, k * a.y, k * a.z};
-}
-double dot(Vector a, Vector b)
-{
-    return a.x * b.x + a.y * b.y + a.z * b.z;
-}
-Vector cross(Vector a, Vector b)
-{
-    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
-}
-
 double days(const SynthVissr& s, double mjd)
 {
     return mjd - s.originMjd;
@@ -551,12 +534,6 @@ std::vector<std::byte> SynthVissr::bytes() const
     writeOrbit(s, out);
     writeCalibration(s, out);
     writeLines(s, out);
-    for (const SynthVissrPatch& patch : s.patches) {
-        if (patch.offset + patch.bytes.size() > out.bytes.size())
-            throw std::invalid_argument("a patch lies outside the file");
-        std::ranges::copy(patch.bytes,
-                          out.bytes.begin() + static_cast<std::ptrdiff_t>(patch.offset));
-    }
-    if (s.cutAt < out.bytes.size()) out.bytes.resize(s.cutAt);
+    synthDamage(out.bytes, s.patches, s.cutAt);
     return out.bytes;
 }

@@ -7,6 +7,8 @@
  * All that the file's tables hold is linear in time, so what a reader interpolates is what the
  * functions below say.
  */
+#include "tests/synth/synthBytes.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -14,14 +16,25 @@
 #include <string_view>
 #include <vector>
 
-struct SynthVissrPatch {
-    std::size_t offset = 0; // in the file
-    std::vector<std::byte> bytes = {};
-};
-
 struct SynthVissrVector {
     double x = 0, y = 0, z = 0;
 };
+inline SynthVissrVector operator+(SynthVissrVector a, SynthVissrVector b)
+{
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+inline SynthVissrVector operator*(double k, SynthVissrVector a)
+{
+    return {k * a.x, k * a.y, k * a.z};
+}
+inline double dot(SynthVissrVector a, SynthVissrVector b)
+{
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+inline SynthVissrVector cross(SynthVissrVector a, SynthVissrVector b)
+{
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
 
 struct SynthVissr {
     int variant = 0;     // 0: records of a line; 1: records of two lines
@@ -66,7 +79,7 @@ struct SynthVissr {
     std::function<int(int column, int line)> fill = {};
     int countOf(int column, int line) const;
 
-    std::vector<SynthVissrPatch> patches = {};
+    std::vector<SynthPatch> patches = {};
     std::size_t cutAt = SIZE_MAX; // the file ends here
 
     std::vector<std::byte> bytes() const;
