@@ -1,6 +1,7 @@
 #include "util/nbUtlMalloc.h"
 
 #include "util/nbGuard.h"
+#include "util/nbLargePages.h"
 #include "util/nbLogFormat.h"
 
 #include <cstdint>
@@ -41,11 +42,10 @@ void* counted(void* p)
 // most conversions compute; a system that has none ignores the wish.
 void* inLargePages(void* p, std::size_t size)
 {
-    constexpr std::uintptr_t page = std::uintptr_t{2} << 20;
-    if (p == nullptr || size < 2 * page) return p;
+    if (p == nullptr || size < 2 * nbpLargePage) return p;
     const auto start = reinterpret_cast<std::uintptr_t>(p);
-    const std::uintptr_t first = (start + page - 1) / page * page;
-    const std::uintptr_t last = (start + size) / page * page;
+    const std::uintptr_t first = nbpFirstLargePage(p);
+    const std::uintptr_t last = (start + size) / nbpLargePage * nbpLargePage;
 #ifdef MADV_HUGEPAGE // Linux alone has it
     madvise(static_cast<char*>(p) + (first - start), last - first, MADV_HUGEPAGE);
 #endif

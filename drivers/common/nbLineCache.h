@@ -3,6 +3,7 @@
  * The lines of a raster that is read on demand: 16-bit counts, kept until the file closes, with
  * one state byte a line. What the states mean is the driver's.
  */
+#include "util/nbLargePages.h"
 #include "util/nbUtlMalloc.h"
 
 #include <algorithm>
@@ -67,28 +68,36 @@ public:
 
 private:
     struct Free {
-        void operator()(std::uint16_t* p) const noexcept { nbUtlFree(p); }
+        void operator()(std::byte* p) const noexcept { nbUtlFree(p); }
     };
-    using Piece = std::unique_ptr<std::uint16_t[], Free>;
+    using Piece = std::unique_ptr<std::byte[], Free>;
 #ifdef NIMBEX_CHECKED
     static constexpr bool apart = true;
 #else
     static constexpr bool apart = false;
 #endif
 
-    // Lines lie together in pieces, each as large as all before it: the system gives memory in
-    // large pages then, and a few lines of an image still take little. A build with checks keeps
-    // each line apart, so that a step over its end is seen.
+    // Lines lie together in pieces, a small one first and then as large ones as a file asks for:
+    // the system gives memory in large pages then, and only as it is used, and a few lines of an
+    // image take little. A build with checks keeps each line apart, so that a step over its end is
+    // seen.
     bool addPiece(const char* caller)
     {
-        constexpr std::size_t smallest = std::size_t{1} << 20; // bytes
-        const std::size_t size = zeros_.size() * sizeof(std::uint16_t);
+        constexpr std::size_t first = std::size_t{256} << 10; // bytes
+        constexpr std::size_t further = std::size_t{64} << 20;
+        const std::size_t size = std::max<std::size_t>(zeros_.size(), 1) * sizeof(std::uint16_t);
         // A line takes one place and keeps it, so there are no more places than lines.
-        const std::size_t wanted = apart ? 1 : std::max(made_, smallest / size);
+        const std::size_t wanted = apart ? 1 : (made_ == 0 ? first : further) / size;
         const std::size_t lines = std::clamp<std::size_t>(wanted, 1, owned_.size() - made_);
-        Piece piece(static_cast<std::uint16_t*>(nbUtlMalloc(lines * size, caller)));
+        const bool isLarge = lines * size > nbpLargePage;
+        Piece piece(static_cast<std::byte*>(
+            nbUtlMalloc(lines * size + (isLarge ? 2 * nbpLargePage : 0), caller)));
         if (!piece) return false;
-        next_ = piece.get();
+        // From a large page on, with room for the last one.
+        const std::size_t skipped =
+            isLarge ? nbpFirstLargePage(piece.get()) - reinterpret_cast<std::uintptr_t>(piece.get())
+                    : 0;
+        next_ = reinterpret_cast<std::uint16_t*>(piece.get() + skipped);
         pieces_.push_back(std::move(piece));
         room_ = lines;
         made_ += lines;
