@@ -390,7 +390,7 @@ std::vector<NbLmPlace> nbpLmPlaces(NbSatObject* object, NbShoreMap& map, const N
         NbLmSurroundings around(view, place.pixel, place.line, search.halfTemplate + 3);
         if (!around.good()) continue;
         places.push_back(std::move(place));
-        surroundings.push_back(std::move(around));
+        surroundings.push_back(around);
     }
     NbLmSurroundings::Scratch scratch;
     const bool whole =
