@@ -39,10 +39,12 @@ void* counted(void* p)
 }
 
 // Asks for large pages where a block holds some. Taking memory page by page costs more than what
-// most conversions compute; a system that has none ignores the wish.
+// most conversions compute; a system that has none ignores the wish. Not for the largest blocks: a
+// virtual machine may have to get so many large pages back from its host first.
 void* inLargePages(void* p, std::size_t size)
 {
-    if (p == nullptr || size < 2 * nbpLargePage) return p;
+    constexpr std::size_t most = std::size_t{48} << 20;
+    if (p == nullptr || size < 2 * nbpLargePage || size > most) return p;
     const auto start = reinterpret_cast<std::uintptr_t>(p);
     const std::uintptr_t first = nbpFirstLargePage(p);
     const std::uintptr_t last = (start + size) / nbpLargePage * nbpLargePage;

@@ -84,7 +84,7 @@ private:
     bool addPiece(const char* caller)
     {
         constexpr std::size_t first = std::size_t{256} << 10; // bytes
-        constexpr std::size_t further = std::size_t{64} << 20;
+        constexpr std::size_t further = std::size_t{32} << 20;
         const std::size_t size = std::max<std::size_t>(zeros_.size(), 1) * sizeof(std::uint16_t);
         // A line takes one place and keeps it, so there are no more places than lines.
         const std::size_t wanted = apart ? 1 : (made_ == 0 ? first : further) / size;
