@@ -5,17 +5,13 @@
 #include "frontend/options.h"
 #include "geo/nbProj.h"
 #include "sat/nbSatObject.h"
-#include "util/nbUtlMalloc.h"
+#include "util/nbUtlFreer.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <new>
 #include <span>
-
-struct NbUtlFreer {
-    void operator()(void* p) const noexcept { nbUtlFree(p); }
-};
 
 // A plane of the grid, zeroed. Its pages are not touched before they are written.
 template <class T>

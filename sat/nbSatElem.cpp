@@ -6,11 +6,13 @@
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
 #include "util/nbNumber.h"
+#include "util/nbUtlFreer.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <memory>
 #include <numbers>
 #include <vector>
 
@@ -75,9 +77,13 @@ int nbSatGetChInfo(NbSatObject* object, int channel, int* pixels, int* lines, in
     return object->GetChInfo(object->privateData, channel, pixels, lines, levels, name);
 }
 
-int nbSatSetElements(NbSatObject* object, const char* name, int* pixels, int* lines, int* levels,
+int nbSatSetElements(NbSatObject* object, const char* given, int* pixels, int* lines, int* levels,
                      float* errorValue)
 {
+    // `given` may be the text of one of the objects, which goes while the list is walked.
+    const std::unique_ptr<char, NbUtlFreer> kept(
+        given != nullptr ? nbpSatCopyText(given, "nbSatSetElements()") : nullptr);
+    const char* const name = kept.get();
     int result = -1;
     std::size_t i = 0;
     for (NbSatObject& one : nbpSatLinked(object)) {

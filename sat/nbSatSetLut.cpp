@@ -7,11 +7,15 @@
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
 #include "util/nbNumber.h"
+#include "util/nbUtlFreer.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <memory>
 #include <new>
 #include <span>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -90,7 +94,11 @@ int setLut(NbSatObject* object, const LutRequest& request)
 {
     return nbpGuard(request.caller, -1, [&] {
         int result = -1;
-        for (NbSatObject& one : nbpSatLinked(object)) {
+        const auto objects = nbpSatLinked(object);
+        // They go at the end: the breakpoints given may be those of one of them.
+        std::vector<std::unique_ptr<NbLut, NbUtlFreer>> replaced;
+        replaced.reserve(objects.size());
+        for (NbSatObject& one : objects) {
             if (one.elemNum == 0) {
                 nbpLogError("%s : 要素が指定されていません\n", request.caller);
                 continue;
@@ -99,8 +107,7 @@ int setLut(NbSatObject* object, const LutRequest& request)
                 nbpLogError("%s : 要素が複数の時,階調変換の指定はできません\n", request.caller);
                 continue;
             }
-            nbUtlFree(one.lut);
-            one.lut = nullptr;
+            replaced.emplace_back(std::exchange(one.lut, nullptr));
             one.lut = makeLut(one, request);
             if (one.lut != nullptr) result = 0;
         }

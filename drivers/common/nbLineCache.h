@@ -4,7 +4,7 @@
  * one state byte a line. What the states mean is the driver's.
  */
 #include "util/nbLargePages.h"
-#include "util/nbUtlMalloc.h"
+#include "util/nbUtlFreer.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -67,10 +67,7 @@ public:
     }
 
 private:
-    struct Free {
-        void operator()(std::byte* p) const noexcept { nbUtlFree(p); }
-    };
-    using Piece = std::unique_ptr<std::byte[], Free>;
+    using Piece = std::unique_ptr<std::byte[], NbUtlFreer>;
 #ifdef NIMBEX_CHECKED
     static constexpr bool apart = true;
 #else

@@ -11,7 +11,7 @@
 #include "geo/nbVec3.h"
 #include "util/nbArray.h"
 #include "util/nbCursor.h"
-#include "util/nbUtlMalloc.h"
+#include "util/nbUtlFreer.h"
 
 #include <array>
 #include <bit>
@@ -147,11 +147,8 @@ public:
     }
 
 private:
-    struct Free {
-        void operator()(std::uint64_t* p) const noexcept { nbUtlFree(p); }
-    };
     static constexpr auto none = std::bit_cast<std::uint64_t>(rdatNone);
-    std::unique_ptr<std::uint64_t[], Free> bits_;
+    std::unique_ptr<std::uint64_t[], NbUtlFreer> bits_;
 };
 
 enum NbRdatKind {

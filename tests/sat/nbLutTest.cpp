@@ -170,6 +170,25 @@ TEST(SetLut, WithoutCalibrationTableTheRequestIsKept)
     }
 }
 
+TEST(SetLut, TakesBreakpointsFromAnObjectOfTheList)
+{
+    FakeImage images[2];
+    NbSatObject objects[2] = {images[0].open(), images[1].open()};
+    objects[0].objectNum = 2;
+    nbSatSetElems(objects, "IR1_X");
+    const float x[] = {10, 20};
+    const std::int16_t y[] = {0, 100};
+    ASSERT_EQ(nbSatSetLutByTable(objects, x, y, 2, 9), 0);
+    const NbLut* first = objects[0].lut;
+    EXPECT_EQ(nbSatSetLutByTable(objects, first->tableX, first->tableY, 2, 7), 0);
+    for (NbSatObject& object : objects) {
+        EXPECT_EQ(object.lut->errorLevel, 7);
+        EXPECT_EQ(object.lut->tableX[1], 20);
+        EXPECT_EQ(object.lut->tableY[1], 100);
+        nbSatCloseObject(&object);
+    }
+}
+
 TEST(SetLut, NeedsOneElementOfOneValueOnAtLeastOneObject)
 {
     FakeImage images[3];

@@ -71,6 +71,19 @@ TEST(SatSetElements, ListGivesTheCodeOfItsLastSuccess)
         nbSatCloseObject(&object);
 }
 
+TEST(SatSetElements, TakesTheNameFromAnObjectOfTheList)
+{
+    FakeImage images[2];
+    NbSatObject objects[2] = {images[0].open(), images[1].open()};
+    objects[0].objectNum = 2;
+    nbSatSetElems(objects, "IR1_T");
+    EXPECT_EQ(nbSatSetElems(objects, objects[0].elemName), 20001);
+    for (NbSatObject& object : objects) {
+        EXPECT_STREQ(object.elemName, "IR1_T");
+        nbSatCloseObject(&object);
+    }
+}
+
 TEST(SatIntpTable, IsMadeForPhysicalElementsAndStaysForTheNext)
 {
     FakeImage image;
