@@ -4,6 +4,7 @@
 #include "sat/nbSatGetDataByPixLin.h"
 #include "sat/nbSatGetZoomData.h"
 #include "sat/nbSatLattice.h"
+#include "sat/nbSatLevels.h"
 #include "sat/nbSatOverlap.h"
 #include "util/nbGuard.h"
 #include "util/nbLogFormat.h"
@@ -35,17 +36,12 @@ struct Sampler<std::int16_t> {
     static constexpr auto sample = nbSatGetI2DataByPixLin;
     static constexpr auto zoom = nbSatGetI2ZoomData;
     static constexpr auto zoomIntp = nbSatGetI2ZoomDataIntp;
-    static bool isMissing(std::int16_t v, float errorValue)
-    {
-        return v == -1 || v == nbpErrorLevel(errorValue);
-    }
 };
 template <>
 struct Sampler<float> {
     static constexpr auto sample = nbSatGetR4DataByPixLin;
     static constexpr auto zoom = nbSatGetR4ZoomData;
     static constexpr auto zoomIntp = nbSatGetR4ZoomDataIntp;
-    static bool isMissing(float v, float errorValue) { return v == -1.0F || v == errorValue; }
 };
 
 using Objects = std::vector<NbSatObject*>;
@@ -76,7 +72,8 @@ public:
            const Objects& objects)
         : columns_(static_cast<std::size_t>(proj.xNum)), out_(out), mode_(mode), info_(infoOut),
           ownerOut_(ownerOut), owner_(NbAllocator<std::uint8_t>("mGetData()")),
-          order_(NbAllocator<double>("mGetData()")), keepsOwner_(ownerOut != nullptr || mode > 0)
+          order_(NbAllocator<double>("mGetData()")),
+          keepsOwner_(ownerOut != nullptr || infoOut != nullptr || mode > 0)
     {
         for (const NbSatObject* object : objects) {
             fileTime_[ownerByte(object)] = nbpOverlapFileTime(object->startTime);
@@ -182,9 +179,8 @@ private:
     static double orderOf(const RowPart<T>& part, int x)
     {
         if (part.order != nullptr) return part.order[x];
-        return Sampler<T>::isMissing(part.value[x], part.object->errorValue)
-                   ? nbOverlapNone
-                   : static_cast<double>(part.value[x]);
+        return nbpSatIsMissing(*part.object, part.value[x]) ? nbOverlapNone
+                                                            : static_cast<double>(part.value[x]);
     }
     void take(const RowPart<T>& part, int x)
     {
@@ -219,7 +215,7 @@ private:
     std::uint8_t* ownerOut_;      // the caller's plane, or null
     NbArray<std::uint8_t> owner_; // of the rows at hand
     NbArray<double> order_;       // comparison value of each cell's present owner, likewise
-    bool keepsOwner_;             // false when nobody asks who gave a cell
+    bool keepsOwner_;             // false when nobody asks who gave a cell, or for its info
     int firstRow_ = 0;
     std::array<float, 256> fileTime_{}; // by owner byte
     // By owner byte: 1 where the challenger takes the cells of that owner.
@@ -466,13 +462,14 @@ int projectZoom(const char* caller, const Objects& objects, const NbProjPara* pr
     for (NbSatObject* object : objects) {
         if (good > 0 && !merges) break;
         T* out = good == 0 ? target.row(0) : values.data();
+        // What lies off the image, a driver may leave as it finds it.
+        std::fill_n(out, columns * static_cast<std::size_t>(proj->yNum), T{-1});
         if (zoom(object, out) < 0) continue;
         target.setChallenger(object);
         for (int y = 0; y < proj->yNum && target.keepsOwner(); ++y) {
             const T* row = out + static_cast<std::size_t>(y) * columns;
             for (std::size_t x = 0; x < columns && merges; ++x)
-                position[x] =
-                    Sampler<T>::isMissing(row[x], object->errorValue) ? nbNoPosition : 0.0F;
+                position[x] = nbpSatIsMissing(*object, row[x]) ? nbNoPosition : 0.0F;
             const RowPart<T> part{object,
                                   y,
                                   0,

@@ -30,6 +30,17 @@ void nbpSatCountsToLevels(const NbSatObject& object, std::span<int16_t> counts)
     }
 }
 
+bool nbpSatIsMissing(const NbSatObject& object, std::int16_t sample)
+{
+    if (object.lut != nullptr) return sample == object.lut->errorLevel;
+    return sample == -1 || sample == nbpErrorLevel(object.errorValue);
+}
+
+bool nbpSatIsMissing(const NbSatObject& object, float sample)
+{
+    return sample == -1.0F || sample == object.errorValue;
+}
+
 void nbpSatValuesToLevels(const NbSatObject& object, std::span<const float> values, int16_t* out)
 {
     // Only an element of one value a pixel takes a conversion, so the number of values is one

@@ -19,5 +19,10 @@ NbLevelRoad nbpSatLevelRoad(const NbSatObject& object);
 // count that the table has no entry for, a missing one included, give the error level.
 void nbpSatCountsToLevels(const NbSatObject& object, std::span<int16_t> counts);
 
+// Whether a sample of the object is missing or invalid. A level that a conversion has given shows
+// that by the error level alone; where valid samples have this level too, they count as missing.
+bool nbpSatIsMissing(const NbSatObject& object, int16_t sample);
+bool nbpSatIsMissing(const NbSatObject& object, float sample);
+
 // Physical values to levels, for NbLevelRoad::Values. `out` holds as many.
 void nbpSatValuesToLevels(const NbSatObject& object, std::span<const float> values, int16_t* out);

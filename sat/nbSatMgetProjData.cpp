@@ -3,6 +3,7 @@
 #include "sat/nbSat.h"
 #include "sat/nbSatElem.h"
 #include "sat/nbSatGetProjData.h"
+#include "sat/nbSatLevels.h"
 #include "sat/nbSatNav.h"
 #include "sat/nbSatOverlap.h"
 #include "util/nbArray.h"
@@ -87,10 +88,9 @@ double getValue(Layer& layer, int mode, const NbPointInfo& point, float pixel, f
     }
     case 7:
     case 8: {
-        const float error = layer.object()->errorValue;
+        const NbSatObject& object = *layer.object();
         const bool missing =
-            sample == -1.0F ||
-            (isI2 ? sample == static_cast<float>(nbpErrorLevel(error)) : sample == error);
+            isI2 ? nbpSatIsMissing(object, nbpTrunc16(sample)) : nbpSatIsMissing(object, sample);
         return missing ? nbOverlapNone : static_cast<double>(sample);
     }
     case 9:

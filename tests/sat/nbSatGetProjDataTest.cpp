@@ -3,6 +3,7 @@
 #include "sat/nbSatElem.h"
 #include "sat/nbSatMgetProjData.h"
 #include "sat/nbSatNav.h"
+#include "sat/nbSatSetLut.h"
 #include "tests/sat/fakeDriver.h"
 #include "tests/support/support.h"
 #include "tests/synth/synthHisd.h"
@@ -443,6 +444,84 @@ TEST(ProjDataZoom, SegmentsMakeOnePictureAndAMissingSampleIsNotCovered)
     StderrCapture text;
     EXPECT_EQ(nbSatGetI2ProjData(parts.objects.data(), &p, nullptr, 1, 0, nullptr, nullptr), -1);
     EXPECT_NE(text.get().find("40000"), std::string::npos);
+}
+
+// A driver may leave the cells off its image as it finds them.
+TEST(ProjDataZoom, CellsOffTheImageAreMissing)
+{
+    FakeImage images[2] = {{.lines = 30}, {.lines = 10}};
+    NbSatObject objects[2];
+    for (int i = 0; i < 2; ++i) {
+        images[i].count = [i](int, int) { return 100 + i; };
+        images[i].slots.GetI2ZoomData = [](void* p, const NbZoomRect* rect, std::int16_t* out) {
+            const auto& image = *static_cast<FakeImage*>(p);
+            for (int y = 0; y < rect->outHeight && rect->startLine + y < image.lines; ++y)
+                std::fill_n(out + y * rect->outWidth, rect->outWidth - 5, image.count(0, 0));
+            return 0;
+        };
+        objects[i] = opened(images[i]);
+        objects[i].objectIndex = static_cast<std::int16_t>(i);
+    }
+    NbProjPara p{};
+    p.prjType = NB_PROJ_ZOOM;
+    p.stepX = p.stepY = 40;
+    p.xNum = p.yNum = 40;
+    objects[0].objectNum = 2;
+    const Planes merged = project(objects, p, 1);
+    for (const auto& [x, y, count, owner] :
+         {std::array{0, 9, 101, 1}, std::array{34, 10, 100, 0}, std::array{0, 30, -1, 255},
+          std::array{35, 0, -1, 255}}) {
+        const std::size_t at = static_cast<std::size_t>(y * 40 + x);
+        EXPECT_EQ(merged.out[at], count) << x << ", " << y;
+        EXPECT_EQ(merged.owner[at], owner) << x << ", " << y;
+    }
+}
+
+TEST(ProjData, InformationNeedsNoOwnerPlane)
+{
+    FakeImage image;
+    image.info = [](float, float, double, double) { return pointAt(59000.5, 20, 42); };
+    NbSatObject object = opened(image);
+    object.objectNum = 0;
+    for (const int rough : {1, 6}) {
+        NbProjPara p = grid(140.1, 9.9, 0.5, 20, 20, rough);
+        std::vector<std::int16_t> out(400);
+        std::vector<double> info(400);
+        EXPECT_GE(nbSatGetI2ProjData(&object, &p, out.data(), 0, 4, info.data(), nullptr), 0);
+        EXPECT_NEAR(std::ranges::min(info), 42, 1e-9) << rough;
+        EXPECT_NEAR(std::ranges::max(info), 42, 1e-9) << rough;
+    }
+    nbSatCloseObject(&object);
+}
+
+// A conversion gives them a level, which is not to win as the smallest or the later one.
+TEST(ProjData, MissingSamplesDoNotCompeteAfterALevelConversion)
+{
+    for (const char* const element : {"IR1", "IR1_T", "IR1_X"}) {
+        FakeImage images[2];
+        images[0].count = [](int, int) { return 100; };
+        images[1].count = [](int, int) { return -1; };
+        images[0].errorValue = images[1].errorValue = -1;
+        NbSatObject objects[2] = {images[0].open(), images[1].open()};
+        objects[0].objectNum = 2;
+        objects[1].objectIndex = 1;
+        nbSatSetElems(objects, element);
+        const float x[] = {0, 500};
+        const std::int16_t y[] = {0, 255};
+        ASSERT_EQ(nbSatSetLutByTable(objects, x, y, 2, 0), 0);
+        NbProjPara crop{};
+        crop.prjType = NB_PROJ_ZOOM;
+        crop.stepX = crop.stepY = 20;
+        crop.xNum = crop.yNum = 20;
+        const NbProjPara map = grid(140.1, 9.9, 0.5, 20, 20, 1);
+        for (const auto& [para, mode] : {std::pair{map, 7}, {map, 8}, {crop, 1}, {crop, 7}}) {
+            const Planes planes = project(objects, para, mode);
+            EXPECT_GT(planes.out[0], 0) << element << ", mode " << mode;
+            EXPECT_EQ(planes.owner[0], 0) << element << ", mode " << mode;
+        }
+        for (NbSatObject& object : objects)
+            nbSatCloseObject(&object);
+    }
 }
 
 TEST(MgetProjData, FilesAreSortedOpenedAndLaidOverEachOther)
