@@ -327,11 +327,12 @@ int nbSatSetDiffPixLin(NbSatObject* object, float dPixel, float dLine)
 
 int nbSatSetStopGap(NbSatObject* object, int gap)
 {
+    int result = 0;
     for (NbSatObject& one : nbpSatLinked(object)) {
         if (!isOpen(one, "nbSatSetStopGap()")) return -1;
-        if (one.SetStopGap != nullptr) one.SetStopGap(one.privateData, gap);
+        if (one.SetStopGap != nullptr && one.SetStopGap(one.privateData, gap) < 0) result = -1;
     }
-    return 0;
+    return result;
 }
 
 int nbSatResetAtt(NbSatObject* object, double mjd, double* attitude, int absolute)

@@ -56,7 +56,10 @@ int nbSatFileSort(char** names, int count);
 int nbSatSetDiffPixLin(NbSatObject* object, float dPixel, float dLine);
 int nbSatSetShift(NbSatObject* object, float dPixel, float dLine);
 
-/** Widest run of error pixels or lines that a driver may fill; 0 none. 0; -1 at a closed one. */
+/**
+ * Widest run of error pixels or lines that a driver may fill; 0 none. 0; -1 at a closed one, and
+ * where a driver (those of NOAA) fills none.
+ */
 int nbSatSetStopGap(NbSatObject* object, int gap);
 
 /** Attitude angles in radians: added (absolute 0) or set. 0, or -1 when closed. */

@@ -28,7 +28,7 @@ void nbpNoaaFillObject(NbSatObject* object, const NbNoaaImage& image, double sta
 }
 
 // Deliberate: the width is stored, as with the other formats, and the answer is -1 all the same:
-// nothing is filled. With 0 the converter would believe that its gaps were closed.
+// nothing is filled. With 0 a caller would believe that the gaps are closed.
 int nbpNoaaSetStopGap(NbNoaaImage* image, int gap, const char* caller)
 {
     image->stopGap = gap;

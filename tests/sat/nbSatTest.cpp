@@ -199,6 +199,10 @@ TEST(SatSettings, ReachEveryLinkedObject)
     FakeImage images[3];
     NbSatObject objects[3] = {images[0].open(), images[1].open(), images[2].open()};
     objects[0].objectNum = 3;
+    objects[0].SetStopGap = [](void*, int) { return -1; }; // of a driver that fills no gaps
+    EXPECT_EQ(nbSatSetStopGap(objects, 2), -1);
+    EXPECT_EQ(images[2].stopGap, 2);
+    objects[0].SetStopGap = objects[1].SetStopGap;
     EXPECT_EQ(nbSatSetDiffPixLin(objects, 1.5F, -2.0F), 0);
     EXPECT_EQ(nbSatSetStopGap(objects, 4), 0);
     double turn[3] = {0.1, 0, 0};
