@@ -2,6 +2,7 @@
 
 #include "frontend/comp.h"
 #include "frontend/recover.h"
+#include "util/nbFile.h"
 
 #include <cerrno>
 #include <cstdint>

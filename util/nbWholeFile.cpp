@@ -173,7 +173,7 @@ NbFileFault NbWholeFile::finish()
 
 NbFileFault NbWholeFile::copyToPlace()
 {
-    const NbFilePtr from(std::fopen(beside_.c_str(), "rbe"));
+    const Stream from(std::fopen(beside_.c_str(), "rbe"));
     if (from) file_.reset(std::fopen(path_.c_str(), "wbe"));
     if (!file_) return fail(NbFileFault::Replace);
     isDirect_ = true;

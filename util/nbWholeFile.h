@@ -18,8 +18,8 @@
  * Nothing is synchronised with the disk. That guards only against a failure of the machine, after
  * which a batch is run again.
  */
-#include "util/nbFile.h"
-
+#include <cstdio>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -59,6 +59,12 @@ public:
     const std::string& why() const { return why_; }
 
 private:
+    // Not NbFilePtr's: what fails here is no reading of an input.
+    struct Closer {
+        void operator()(std::FILE* f) const noexcept { std::fclose(f); }
+    };
+    using Stream = std::unique_ptr<std::FILE, Closer>;
+
     bool openBeside(const std::string& folder, unsigned mode);
     bool openDirectly();
     void inherit();
@@ -74,5 +80,5 @@ private:
     bool isRegular_ = false;
     bool isDirect_ = false;    // regular, under its own name, not finished
     std::vector<char> buffer_; // outlives the stream
-    NbFilePtr file_;
+    Stream file_;
 };

@@ -72,6 +72,13 @@ TEST(LandmarkOption, FindsWritesAndAppliesTheShift)
     EXPECT_NE(own.err.find("the shift is not written over the input\n"), std::string::npos);
     EXPECT_EQ(readFile(runs.dir / "image"), image);
 
+    // Nor does a shift that cannot be written cost the picture.
+    const ProgramResult full = runs.run({"-k", "-h=/dev/full"}, "full");
+    EXPECT_EQ(full.status, 0);
+    EXPECT_NE(full.err.find("cannot write the shift: No space left on device\n"), std::string::npos)
+        << full.err;
+    EXPECT_EQ(readFile(runs.dir / "full"), readFile(runs.dir / "own"));
+
     // The next run starts from the file, and both maps are the true one but for noise of the
     // ground, while the displaced one has its coasts elsewhere.
     runs.run({"-h=" + (runs.dir / "shift")}, "again");
