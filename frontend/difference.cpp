@@ -146,10 +146,13 @@ std::optional<NbDifferencePaths> differencePaths(int mode, std::string_view inpu
 
 const char* selectDifferenceElement(NbSatObject* object, const char* element)
 {
-    if (nbSatSetElems(object, element) >= 1) return element;
+    // The first object's calibration is that of all. Of a list another one may have the element.
+    const auto takes = [object](const char* name) {
+        return nbSatSetElems(object, name) >= 1 && object->elemNum > 0;
+    };
+    if (takes(element)) return element;
     constexpr const char* radiometer = "AVHRR3_T"; // its 3.7 um channel
-    if (std::strcmp(element, "IR4_T") == 0 && nbSatSetElems(object, radiometer) >= 1)
-        return radiometer;
+    if (std::strcmp(element, "IR4_T") == 0 && takes(radiometer)) return radiometer;
     return nullptr;
 }
 

@@ -389,10 +389,13 @@ TEST_F(DifferenceRun, StandsOnEveryMapAndNeverOnACrop)
         EXPECT_EQ(check(pairs[0], {}, {map}, "km"), 1200) << map;
 
     std::filesystem::remove(dir / "out");
-    const ProgramResult crop = nimbex({"-s", "-p=crop", path(13), dir / "out"});
-    EXPECT_EQ(crop.status, 1);
-    EXPECT_EQ(crop.err, "");
-    EXPECT_FALSE(std::filesystem::exists(dir / "out"));
+    std::filesystem::copy_file(path(15), dir / "other"); // has not even the first element
+    for (const std::string& input : {path(13), dir / "other"}) {
+        const ProgramResult crop = nimbex({"-s", "-p=crop", input, dir / "out"});
+        EXPECT_EQ(crop.status, 1);
+        EXPECT_EQ(crop.err, "");
+        EXPECT_FALSE(std::filesystem::exists(dir / "out"));
+    }
 }
 
 TEST_F(DifferenceRun, GoesWithTheOtherOptions)
@@ -446,7 +449,11 @@ TEST_F(DifferenceRun, FailuresEndWithTheirCodeAndLeaveNoOutput)
     std::filesystem::copy_file(path(13), dir / "lone_B13");
     std::filesystem::copy_file(path(15), dir / "swapped_B13");
     std::filesystem::copy_file(path(13), dir / "swapped_B15");
+    std::filesystem::copy_file(path(15), dir / "other");
     writeText(dir / "list", path(13) + "\n");
+    // The calibration of all is that of the first, which must have both elements.
+    writeText(dir / "both", (dir / "single") + "\n" + (dir / "other") + "\n");
+    writeText(dir / "back", (dir / "other") + "\n" + (dir / "single") + "\n");
     struct Case {
         std::vector<std::string> arguments;
         int status;
@@ -455,6 +462,8 @@ TEST_F(DifferenceRun, FailuresEndWithTheirCodeAndLeaveNoOutput)
     const Case rows[] = {
         {{"-s", dir / "single", dir / "out"}, 75, "'IR2_T'"},
         {{"-s", "-m", dir / "list", dir / "out"}, 75, "'IR2_T'"},
+        {{"-s", "-m", dir / "both", dir / "out", dir / "map"}, 75, "'IR2_T'"},
+        {{"-s", "-m", dir / "back", dir / "out", dir / "map"}, 75, "'IR_T'"},
         {{"-s=2", dir / "single", dir / "out"}, 75, "'IR4_T'"},
         {{"-s", dir / "swapped_B13", dir / "out"}, 75, "'IR_T'"},
         {{"-s=2", dir / "none_B07", dir / "out"}, 73, ""},
