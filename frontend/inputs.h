@@ -4,6 +4,7 @@
  */
 #include "sat/nbSatObject.h"
 
+#include <cstddef>
 #include <span>
 #include <string>
 #include <vector>
@@ -21,6 +22,8 @@ public:
     int open(const std::string& names);
     void close();
 
+    // How many files were asked for, open or not.
+    std::size_t named() const { return names_.size(); }
     NbSatObject* first() { return objects_.data(); }
     // The first one's path as it was given, with its option word.
     std::string nameOfFirst() const;

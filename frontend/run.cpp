@@ -102,6 +102,12 @@ int checkLevels(const NbSettings& settings, int channel, int levels)
     return NB_RUN_INPUT;
 }
 
+int unknownChannel(const NbSettings& settings, const char* name)
+{
+    complain("%s: nothing is known of a channel named '%s'", settings.inputName.c_str(), name);
+    return NB_RUN_UNKNOWN_CHANNEL;
+}
+
 int readChannel(const NbSettings& settings, NbInputs& inputs, Source& source)
 {
     NbSatObject* const object = inputs.first();
@@ -115,10 +121,13 @@ int readChannel(const NbSettings& settings, NbInputs& inputs, Source& source)
     char name[1024] = ""; // a driver's text has at most 255 bytes
     const int result = nbSatGetChInfo(object, settings.channel, &source.pixels, &source.lines,
                                       &source.levels, name);
+    name[sizeof name - 1] = '\0';
+    // Of a channel that a file of several does not hold.
+    if (result >= 0 && source.levels == 0 && !channelElements(name, settings.nameColumn, ""))
+        return unknownChannel(settings, name);
     if (const int code = checkLevels(settings, settings.channel, result < 0 ? 0 : source.levels);
         code != 0)
         return code;
-    name[sizeof name - 1] = '\0';
     source.channelName = name;
     object->levelNum = static_cast<std::int16_t>(source.levels);
     return NB_RUN_COMPLETE;
@@ -139,10 +148,20 @@ int readFirstChannel(const NbSettings& settings, const NbDifference& difference,
     return checkLevels(settings, nbSatGetChannel(object, 0), source.levels);
 }
 
+// A crop counts in the channel's own pixels, and where a file's channels differ in size, its
+// navigation does so once the channel is selected. The levels stay those that the channel has.
+void selectForCrop(const NbSettings& settings, const Source& source, NbSatObject* object)
+{
+    const auto elements = channelElements(source.channelName, settings.nameColumn, "");
+    if (!elements) return; // of a difference, whose first element is selected
+    if (nbSatSetElems(object, elements->counts.c_str()) < 1)
+        nbSatSetElems(object, elements->physical.c_str());
+    object->levelNum = nbpWrap16(source.levels);
+}
+
 // The map of the run, settings changed by the setup file.
 int setUpMap(NbSettings& settings, const Source& source, NbInputs& inputs, NbProjPara& map)
 {
-    if (settings.projection < 0 && settings.difference != 0) return NB_RUN_SILENT;
     map = defaultMap(settings.projection);
     if (!settings.setupName.empty()) applySetupFile(settings.setupName.c_str(), settings, map);
     map.roughX = settings.roughness;
@@ -153,7 +172,10 @@ int setUpMap(NbSettings& settings, const Source& source, NbInputs& inputs, NbPro
         complain("a grid of %d columns and %d rows is too large", map.xNum, map.yNum);
         return NB_RUN_NO_MEMORY;
     }
-    if (map.prjType == NB_PROJ_ZOOM) nbSatSetNavToProj(inputs.first(), &map);
+    if (map.prjType == NB_PROJ_ZOOM) {
+        selectForCrop(settings, source, inputs.first());
+        nbSatSetNavToProj(inputs.first(), &map);
+    }
     return NB_RUN_COMPLETE;
 }
 
@@ -182,7 +204,7 @@ void fillHeader(const NbSettings& settings, const NbProjPara& map, const NbCover
     if (header.isGrid) {
         const float top = points[static_cast<std::size_t>(coverage.smallestLine())].line;
         const float bottom = points[static_cast<std::size_t>(coverage.largestLine())].line;
-        // Negative where the image's columns or lines run against the map's.
+        // Negative where the first covered cell lies farther right, or lower, than the last one.
         header.imageWidth = nbpTrunc32(coverage.widest);
         header.imageHeight = nbpTrunc32(bottom - top + 1);
         if (points[0].pixel > points[1].pixel) header.imageWidth = -header.imageWidth;
@@ -289,16 +311,12 @@ int makeChannelImage(NbSettings& settings, const Source& source, const std::stri
 {
     NbSatObject* const object = inputs.first();
     const auto elements = channelElements(source.channelName, settings.nameColumn, prefix);
-    if (!elements) {
-        complain("%s: nothing is known of a channel named '%s'", settings.inputName.c_str(),
-                 source.channelName.c_str());
-        return NB_RUN_UNKNOWN_CHANNEL;
-    }
+    if (!elements) return unknownChannel(settings, source.channelName.c_str());
     image.label = elements->label;
     if (!elements->keepsSunAdjust) settings.sunAdjust = 0;
     makeTables(object, *elements, settings.nonlinear, image.levels);
     reportBadValues(settings, image.levels.output);
-    if (settings.landmark && inputs.opened().size() == 1) {
+    if (settings.landmark && inputs.named() == 1) {
         const std::string name = inputs.nameOfFirst();
         const NbLandmarkResult found = adjustByLandmark(object, name, map, settings);
         if (found == NbLandmarkResult::NotFound) return NB_RUN_FAILED;
@@ -343,6 +361,7 @@ int convert(NbSettings& settings, const Failures& before, NbOutputFile& out)
     const NbDifference* const difference = differenceOf(settings.difference);
     int code = checkArguments(settings);
     if (code == 0) code = openInputs(settings, inputs, source);
+    if (code == 0 && difference != nullptr && settings.projection < 0) code = NB_RUN_SILENT;
     if (code == 0)
         code = difference != nullptr ? readFirstChannel(settings, *difference, inputs, source)
                                      : readChannel(settings, inputs, source);

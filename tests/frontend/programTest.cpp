@@ -1,5 +1,7 @@
 // The converter as a program: arguments, exit status, standard error, bytes of the file.
 #include "tests/frontend/hisdDisk.h"
+#include "tests/synth/synthGvar.h"
+#include "tests/synth/synthNative.h"
 
 #include <cmath>
 #include <cstring>
@@ -131,6 +133,21 @@ TEST_F(Program, WritesACropByteByByte)
     }
     for (std::size_t i = 0; i < file.size(); ++i)
         ASSERT_EQ(file[i], expected[i]) << "offset " << i;
+}
+
+// Four visible pixels are one infrared one. With space on the left, pixels of the one would not be
+// on the earth where those of the other are.
+TEST_F(Program, ACropCountsInItsChannelsOwnPixels)
+{
+    SynthGvar{.west = 5001, .east = 9000}.write(dir / "gvar");
+    writeText(dir / "crop", "STDXPOS 1600\nSTDYPOS 8\nSTDXNUM 1200\nSTDYNUM 40\n");
+    const Bytes visible = convert({"-p=crop"}, "gvar");
+    writeText(dir / "crop", "STDXPOS 400\nSTDYPOS 2\nSTDXNUM 300\nSTDYNUM 10\n");
+    const Bytes infrared = convert({"-p=crop", "-c=3"}, "gvar");
+    for (std::size_t i = 0; i < 8; ++i)
+        EXPECT_NEAR(numberAt<float>(visible, 124 + 4 * i), numberAt<float>(infrared, 124 + 4 * i),
+                    0.1)
+            << i;
 }
 
 TEST_F(Program, GridHeaderHoldsTheGridsOwnEdges)
@@ -303,6 +320,7 @@ TEST_F(Program, FailuresEndWithTheirCodeAndLeaveNoOutput)
     SynthHisd unknown = diskOf(13);
     unknown.satellite = "Unknown";
     unknown.write(dir / "unknown.dat");
+    SynthNative{}.write(dir / "native");
     const FailureCase rows[] = {
         {{"@ir.dat"}, 70, "1 file name given"},
         {{"-v"}, 70, "0 file names given"},
@@ -327,6 +345,7 @@ TEST_F(Program, FailuresEndWithTheirCodeAndLeaveNoOutput)
         {{"@ir.dat", "@", "@map"}, 74, "Is a directory"},
         {{"@ir.dat", "@far", "@far"}, 77, "no cell of the grid"},
         {{"@unknown.dat", "@out", "@map"}, 75, ""},
+        {{"-c=1", "@native", "@out", "@map"}, 75, "channel named ' None"},
     };
     for (const FailureCase& row : rows) {
         std::vector<std::string> arguments;
