@@ -21,7 +21,8 @@ inline double nbpAstroTurn(double rad)
 {
     rad -= std::floor(rad / nbpAstroTwoPi) * nbpAstroTwoPi;
     if (rad < 0) rad += nbpAstroTwoPi; // the quotient was rounded up to the next turn
-    return rad >= nbpAstroTwoPi ? 0 : rad;
+    // Of a huge angle the quotient is off by turns, and what is left means nothing.
+    return rad < 0 || rad >= nbpAstroTwoPi ? 0 : rad;
 }
 
 // An angle in degrees that loops may reduce turn by turn: beyond a million a turn can be below

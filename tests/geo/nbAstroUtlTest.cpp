@@ -57,6 +57,11 @@ TEST(AstroTime, SiderealAngleStaysBelowAWholeTurn)
         const double theta = nbAstroCalcThetaG(mjd);
         ASSERT_TRUE(theta >= 0 && theta < 360) << mjd;
     }
+    for (const double mjd :
+         {-3364855158227061.0, -2.7e16, 1e20}) { // turns beyond a double's digits
+        const double theta = nbAstroCalcThetaG(mjd);
+        EXPECT_TRUE(theta >= 0 && theta < 360) << mjd;
+    }
 }
 
 TEST(AstroTime, ShortEquinoxTermsFollowThePublishedOnesButForTheSignOfOne)
