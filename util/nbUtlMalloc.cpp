@@ -45,10 +45,10 @@ void* inLargePages(void* p, std::size_t size)
 {
     constexpr std::size_t most = std::size_t{48} << 20;
     if (p == nullptr || size < 2 * nbpLargePage || size > most) return p;
+#ifdef MADV_HUGEPAGE // Linux alone has it
     const auto start = reinterpret_cast<std::uintptr_t>(p);
     const std::uintptr_t first = nbpFirstLargePage(p);
     const std::uintptr_t last = (start + size) / nbpLargePage * nbpLargePage;
-#ifdef MADV_HUGEPAGE // Linux alone has it
     madvise(static_cast<char*>(p) + (first - start), last - first, MADV_HUGEPAGE);
 #endif
     return p;
