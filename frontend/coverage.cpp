@@ -160,6 +160,9 @@ public:
     }
 
     // Widest row of a latitude-longitude grid, and on the way the first covered cell.
+    //
+    // Deliberate: where the image's columns run westward the extents are negative, and what is kept
+    // is 0, or 1 with a row that is not covered.
     bool findWidest(float& widest, NbCoveredPoint& firstHit)
     {
         bool any = false;

@@ -78,6 +78,7 @@ inline constexpr NbPlanckSet splitWindow2 = {
 // digits. Rows 20 to 22 are the last three bands of Himawari in first generation HRIT (channels 13
 // to 15), at their published central wavelengths (JMA, spectral response functions). Its channels
 // 10 to 12 would stand at 17 to 19, which are taken: asked for there, they get another sensor's.
+// Channels 5 to 9 are its solar bands B01, B02, B04, B05, B06, at rows of no sensor and at 16.
 inline constexpr std::array<NbPlanckBand, 36> planckBandTable = {{
     /*  1 */ nbpPlanckOf(splitWindow1),
     /*  2 */ nbpPlanckOf(splitWindow2),

@@ -349,8 +349,9 @@ int nbpNoaaSearch(const NbNoaaPass& pass, double lon, double lat, int line, floa
             nbpToFloat(std::min(at.line + static_cast<double>(pass.shiftLine), last + 0.499));
         return 0;
     };
-    // Steps follow great circles and cells are straight in longitude and latitude. Near the poles
-    // these part by some lines, so what the steps give is looked at once more.
+    // Deliberate: steps follow great circles and cells are straight in longitude and latitude. Near
+    // the poles these part by some lines, so what the steps give is looked at once more; it would
+    // be up to 12 km off.
     const auto found = [&](Position at) {
         if (!arrived(missBy(pass, target, at), at.pixel)) settle(pass, target, &at);
         return write(at);

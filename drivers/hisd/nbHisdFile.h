@@ -38,7 +38,7 @@ inline constexpr double hisdUnknown = -10000000000.0;
 // Block 5.
 struct NbHisdCalibration {
     double wavelength = 0; // micrometre
-    int validBits = 0;     // of a count, 1 to 15
+    int validBits = 0;     // of a count, 1 to 14
     int errorCount = 0;    // count of an error pixel
     double slope = 0;      // count to radiance, W m^-2 sr^-1 um^-1
     double intercept = 0;

@@ -97,7 +97,8 @@ public:
 
 private:
     // The pixel nearest to a place among those around a guess. A line that brings nothing nearer
-    // ends the search; lines off the earth before the first one on it do not.
+    // ends the search. Deliberate: lines off the earth before the first one on it do not, or a
+    // strip along the limb would be missing in every map.
     bool nearest(double lon, double lat, std::int64_t c, std::int64_t l, int* nearC,
                  int* nearL) const
     {

@@ -141,7 +141,7 @@ TEST(HisdOpen, SizesThatNothingCanRestOnAreRefusedWithOneLine)
         patch(2, 7, 0, 2),     // lines
         patch(2, 7, 65535, 2), //
         patch(5, 13, 0, 2),    // valid bits
-        patch(5, 13, 16, 2),   //
+        patch(5, 13, 15, 2),   // 2^15 levels are more than an object's 16 bits hold
         patch(7, 5, 0, 2),     // first line
         patch(7, 5, 32700, 2), // the last line is beyond 32767
         patch(7, 5, 65535, 2), //
