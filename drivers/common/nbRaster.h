@@ -4,7 +4,9 @@
  */
 #include "util/nbCursor.h"
 #include "util/nbFile.h"
+#include "util/nbLogFormat.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -44,4 +46,19 @@ inline std::size_t nbpRasterRead(NbRaster* raster, int n, int columns, std::uint
     raster->at = got == width ? at + static_cast<std::int64_t>(width * sizeof *counts) : -1;
     if (raster->order != nbCpuByteOrder) nbpRasterSwap(counts, got);
     return got;
+}
+
+// Says when the file ends inside its raster. It opens all the same: what is missing reads as
+// count 0.
+inline void nbpRasterReportShort(const NbRaster& raster, int lines, int columns,
+                                 const char* operation, const char* path)
+{
+    const std::int64_t size = raster.stream ? nbpFileSize(raster.stream.get()) : -1;
+    if (size < 0) return; // nothing to measure
+    const std::int64_t found = std::max<std::int64_t>(size - raster.offset, 0);
+    const std::int64_t expected = std::int64_t{2} * columns * lines;
+    if (found < expected)
+        nbpLogWarn("%s : %s: the raster has %lld bytes, expected %lld; the rest reads as 0\n",
+                   operation, path, static_cast<long long>(found),
+                   static_cast<long long>(expected));
 }

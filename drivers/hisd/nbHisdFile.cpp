@@ -311,20 +311,6 @@ bool checkSizes(const NbHisdFile& file, const char* path)
     return true;
 }
 
-// Says when the file ends inside its raster. It opens all the same: what is missing reads as
-// count 0.
-void reportShortRaster(const NbHisdFile& file, const char* path)
-{
-    const std::int64_t size = file.raster.stream ? nbpFileSize(file.raster.stream.get()) : -1;
-    if (size < 0) return; // nothing to measure
-    const std::int64_t found = std::max<std::int64_t>(size - file.raster.offset, 0);
-    const std::int64_t expected = std::int64_t{2} * file.columns * file.lines;
-    if (found < expected)
-        nbpLogWarn("%s : %s: the raster has %lld bytes, expected %lld; the rest reads as 0\n",
-                   "nbHisdOpenFile()", path, static_cast<long long>(found),
-                   static_cast<long long>(expected));
-}
-
 // The shift of each line from the entries of block 8, linear between them.
 NbHisdLineComp makeLineComp(const NbHisdFile& file)
 {
@@ -393,7 +379,7 @@ int openFile(NbHisdFile* file, const char* path)
         file->raster.offset = in.position();
     else
         ++nbpReadFailures; // the file has just been read from
-    reportShortRaster(*file, path);
+    nbpRasterReportShort(file->raster, file->lines, file->columns, "nbHisdOpenFile()", path);
 
     file->cache.reset(file->lines, file->columns);
     file->levelTable.assign(static_cast<std::size_t>(file->levels()), 0.0F);

@@ -295,6 +295,7 @@ int openFile(NbHritFile* file, const char* path)
         }
         nb_hrit_frameData = file->frame.data();
     }
+    nbpRasterReportShort(file->raster, file->lines, file->columns, openName, path);
     makeComp(file);
     nbpHritApplyShift(file);
     openScanTime(file);

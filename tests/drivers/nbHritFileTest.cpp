@@ -102,8 +102,11 @@ TEST(HritOpen, TheFileIsCutInAnyRecord)
             EXPECT_EQ(std::count(opening.err.begin(), opening.err.end(), '\n'), 1) << opening.err;
         }
     }
-    // Behind the headers: the image reads as zeros.
-    const HritScene scene(std::span<const std::byte>(bytes).first(whole.recordOffset(10)));
+    // Behind the headers: the image reads as zeros, which is said.
+    const auto headers = std::span<const std::byte>(bytes).first(whole.recordOffset(10));
+    EXPECT_TRUE(openBytes(headers).err.ends_with(
+        ": the raster has 0 bytes, expected 24200; the rest reads as 0\n"));
+    const HritScene scene(headers);
     ASSERT_EQ(scene.code, 0);
     EXPECT_EQ(scene.count(20, 60), 0);
     EXPECT_EQ(openBytes(patched({}, 3, 1, 40960)).code, NB_HRIT_SHORT);
