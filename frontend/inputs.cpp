@@ -102,7 +102,8 @@ int readNameList(const char* path, std::string& names)
     }
     names.clear();
     char name[mostNameBytes + 1];
-    for (std::size_t count = 0; count < mostObjects; ++count) {
+    std::size_t count = 0;
+    for (; count < mostObjects; ++count) {
         if (std::fscanf(file.get(), "%2560s\n", name) != 1) break;
         if (count > 0) names += ' ';
         names += name;
@@ -113,6 +114,9 @@ int readNameList(const char* path, std::string& names)
             return NB_RUN_INPUT;
         }
     }
+    if (count == mostObjects && std::fscanf(file.get(), "%1s", name) == 1)
+        complain("%s: more than %zu input files are named, the rest is left out", path,
+                 mostObjects);
     // Bytes of 0, as a damaged list has them, end a name before its first letter.
     if (names.find_first_not_of(' ') == std::string::npos) {
         complain("%s: the list of input files holds no name", path);

@@ -253,6 +253,9 @@ void reportBadValues(const NbSettings& settings, const std::vector<float>& table
     if (bad > 0)
         complain("%s: %ld of %zu levels have no finite value, the calibration is damaged",
                  settings.inputName.c_str(), static_cast<long>(bad), table.size());
+    else if (std::ranges::none_of(table, [](float value) { return value > 0; }))
+        complain("%s: no level has a value, the channel's calibration is not known",
+                 settings.inputName.c_str());
 }
 
 // The level tables of a difference: its scale, over the levels of either side.

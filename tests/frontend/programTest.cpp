@@ -2,6 +2,7 @@
 #include "tests/frontend/hisdDisk.h"
 #include "tests/synth/synthGvar.h"
 #include "tests/synth/synthNative.h"
+#include "tests/synth/synthNoaa.h"
 
 #include <cmath>
 #include <cstring>
@@ -256,11 +257,32 @@ TEST_F(Program, AListOfSegmentsIsOneImage)
         EXPECT_EQ(textAt(merged, 256, merged.size()), textAt(whole, 256, whole.size())) << mode;
         EXPECT_EQ(textAt(merged, 24, 144), textAt(whole, 24, 144)) << mode;
     }
+    // More are not taken, which is said.
+    writeText(dir / "eleven", list + (dir / "ir.dat") + "\n");
+    const ProgramResult more = nimbex({"-m", dir / "eleven", dir / "out", dir / "map"});
+    EXPECT_EQ(more.status, 0);
+    EXPECT_EQ(more.err, "nimbex : " + (dir / "eleven") +
+                            ": more than 10 input files are named, the rest is left out\n"
+                            "complete : 0\n");
     // Mode 0 takes the first segment alone, a list of one is that file.
     writeText(dir / "one", dir / "ir.dat");
     EXPECT_EQ(convert({"-m", "-g=1", "-v"}, "one", "map"), whole);
     const ProgramResult first = nimbex({"-m=0", dir / "list", dir / "out", dir / "map"});
     EXPECT_EQ(first.status, 0);
+}
+
+TEST_F(Program, LevelsWithoutAnyValueAreSaid)
+{
+    SynthNgacv1 noaa;
+    noaa.satellite = 1; // no central wavenumbers are known for it
+    writeFile(dir / "noaa", noaa.bytes());
+    const ProgramResult result =
+        nimbex({"-c=3", "-p=crop", dir / "noaa", dir / "out", dir / "crop"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_NE(
+        result.err.find("noaa: no level has a value, the channel's calibration is not known\n"),
+        std::string::npos)
+        << result.err;
 }
 
 TEST_F(Program, SunAdjustmentBrightensReflectanceAndLeavesTemperature)
