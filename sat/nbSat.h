@@ -50,8 +50,11 @@ int nbSatMopenObject(NbSatObject* object, char** names, int count, int selector)
 int nbSatFileSort(char** names, int count);
 
 /**
- * Shift in pixels and lines, added to the navigation of each linked object. 0, or -1 when one of
- * them is not open (logged; the others take it).
+ * Shift in pixels and lines of each linked object, for its samples on a map: taken from positions
+ * by HISD, HRIT, native (pixels alone), VISSR and GVAR, added to them by RDAT and NOAA. VISSR, GVAR
+ * and NOAA give shifted positions, the others shift when they sample. In HRIT, as with the gap and
+ * the quality, set before the first sample: lines that are in memory stay as they are. 0, or -1
+ * when one of them is not open (logged; the others take it).
  */
 int nbSatSetDiffPixLin(NbSatObject* object, float dPixel, float dLine);
 int nbSatSetShift(NbSatObject* object, float dPixel, float dLine);

@@ -88,14 +88,17 @@ int nbSatSetElements(NbSatObject* object, const char* given, int* pixels, int* l
     std::size_t i = 0;
     for (NbSatObject& one : nbpSatLinked(object)) {
         const std::size_t at = i++;
+        std::unique_ptr<char, NbUtlFreer> copy(
+            name != nullptr ? nbpSatCopyText(name, "nbSatSetElements()") : nullptr);
         int code = -1;
-        if (one.SetElements != nullptr && name != nullptr)
-            code = one.SetElements(one.privateData, name, &pixels[at], &lines[at], &levels[at],
-                                   &errorValue[at]);
+        // A name that there is no room for is refused, and the driver's selection goes with the
+        // object's: they have to agree about the values per pixel.
+        if (one.SetElements != nullptr)
+            code = one.SetElements(one.privateData, copy ? copy.get() : "", &pixels[at], &lines[at],
+                                   &levels[at], &errorValue[at]);
         nbUtlFree(one.lut);
         one.lut = nullptr;
-        char* copy = code < 1 ? nullptr : nbpSatCopyText(name, "nbSatSetElements()");
-        if (copy == nullptr) {
+        if (code < 1 || !copy) {
             clearSelection(one);
             continue;
         }
@@ -108,7 +111,7 @@ int nbSatSetElements(NbSatObject* object, const char* given, int* pixels, int* l
             std::fprintf(stderr, "正常に内挿が行えないおそれがあります \n");
         }
         nbUtlFree(one.elemName);
-        one.elemName = copy;
+        one.elemName = copy.release();
         one.pixelNum = nbpWrap16(pixels[at]);
         one.lineNum = nbpWrap16(lines[at]);
         one.levelNum = nbpWrap16(levels[at]);

@@ -18,9 +18,11 @@ int nbSatGetChNum(NbSatObject* object);
 /**
  * Size and name of a channel.
  *
- * @param channel  0 up to the number of channels - 1
- * @param name     at least 256 bytes: "names/physics/comment", each list separated by commas
- * @return 0, or -1 for a bad channel
+ * @param channel  0 up to the number of channels - 1; of native files always 0 to 11, those that
+ *                 are not there with 0 pixels
+ * @param name     at least 256 bytes: "names/physics/comment", each list separated by commas; HISD
+ *                 of an unknown satellite leaves it as it is
+ * @return 0; not 0 for a bad channel
  */
 int nbSatGetChInfo(NbSatObject* object, int channel, int* pixels, int* lines, int* levels,
                    char* name);

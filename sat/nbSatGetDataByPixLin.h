@@ -5,8 +5,10 @@
  * says and converted by its level conversion.
  *
  * @param pixel,line  n positions, 0-based; -9999.0 for none
- * @param out         I2: counts or levels, -1 for a missing count; R4: values, -1.0 when missing
- * @return 0 or a positive count; -1 on failure (logged)
+ * @param out         n x elemNum values. I2: counts or levels, -1 for a missing count; R4: values,
+ *                    where missing -1.0 or, interpolated, the object's errorValue: test both
+ * @return 0 or a positive count; -1 on failure, logged but for a closed object and an interpolation
+ *         that cannot be had. Where memory ran out, GVAR's lines are missing instead.
  */
 #include "sat/nbSatObject.h"
 

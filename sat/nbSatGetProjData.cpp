@@ -534,6 +534,11 @@ int getProjData(const char* caller, NbSatObject* object, NbProjPara* proj, T* ou
         nbpLogError("%s : no selected element.\n", caller);
         return -1;
     }
+    if (objects.size() >= noOwner) {
+        nbpLogError("%s : %zu objects are linked, at most %d can be merged\n", caller,
+                    objects.size(), noOwner - 1);
+        return -1;
+    }
     // The planes have one value a cell.
     for (const NbSatObject* each : objects)
         if (each->elemNum != 1) {

@@ -35,14 +35,15 @@ enum NbOverlapMode {
  * merged cell by cell; with objectNum set to 0 by the caller the one object is treated likewise,
  * which gives the owner and information planes of a single file.
  *
- * @param out       xNum x yNum values; the element's error value where nothing covers the cell
+ * @param out       xNum x yNum values; where nothing covers the cell, what a sample without a
+ *                  position gives (-1, errorValue, or the error level of a conversion)
  * @param mode      NbOverlapMode; a negative one acts as 0
  * @param infoSel   1 to 10: field infoSel - 1 of NbPointInfo goes to infoOut; below 1: none
  * @param infoOut   xNum x yNum values or null; -9999.0 where no object gave the cell
  * @param ownerOut  xNum x yNum bytes or null: objectIndex of the object that gave the cell, or
  *                  255
  * @return 0 or a positive count; negative on failure (logged), also for an element of several
- *         values per pixel
+ *         values per pixel, and with a mode above 0 for more than 254 objects
  */
 int nbSatGetI2ProjData(NbSatObject* object, NbProjPara* proj, int16_t* out, int mode, int infoSel,
                        double* infoOut, uint8_t* ownerOut);

@@ -2,7 +2,8 @@
 #define NB_SAT_GET_ZOOM_DATA_H
 /**
  * A rectangle of the image, resampled to an output size and converted like the samples of
- * nbSatGetDataByPixLin.h. `out` holds outWidth x outHeight x elemNum values, row by row.
+ * nbSatGetDataByPixLin.h. `out` holds outWidth x outHeight x elemNum values, row by row. NOAA's
+ * drivers leave those off the image as they find them: fill `out` with -1 before.
  *
  * @return 0 or a positive count; -1 on failure (logged)
  */

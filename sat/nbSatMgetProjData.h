@@ -15,7 +15,8 @@ extern "C" {
  * level conversion of `object`.
  *
  * @param names  `count` paths, sorted in place by time: each string must hold the longest
- * @param mode   NbOverlapMode, or 11 smallest and 12 largest sun zenith angle
+ * @param mode   NbOverlapMode, or 11 smallest and 12 largest sun zenith angle; with 0 the last
+ *               one in the order of time decides alone
  * @param info   xNum x yNum records of the winners, or null
  * @return 0 or a positive count; 0 when nothing opened; -1 on failure (logged)
  */

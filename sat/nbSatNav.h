@@ -4,8 +4,9 @@
  * Navigation of an open object: image to earth and back, resolution, sub-satellite point.
  *
  * The position forms give 0 or the bits of NbNavError ORed over the points; a point without a
- * result has -9999.0 in both outputs. They give -1 and marks everywhere when the driver has no
- * such navigation.
+ * result has -9999.0 in both outputs. From earth to image RDAT gives the number of such points
+ * instead, or -1 when all are. They give -1 and marks everywhere when the driver has no such
+ * navigation.
  */
 #include "sat/nbSatObject.h"
 

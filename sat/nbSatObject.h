@@ -137,7 +137,7 @@ typedef struct NbSatObject {
     int16_t lineNum;      /* image height */
     int16_t levelNum;     /* levels of the selected element */
     int16_t elemKind;     /* 0 counts, 1 physical values, -1 not selected yet */
-    float errorValue;     /* marks an invalid pixel of this element */
+    float errorValue;     /* marks an invalid pixel of this element; a missing one is -1 */
     int16_t objectNum;    /* linked objects of the list; 1 for a single file */
     int16_t objectIndex;  /* this object's place in the list */
     int16_t endTime[6];   /* year to second of the last line */

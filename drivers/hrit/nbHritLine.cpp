@@ -76,6 +76,7 @@ int findErrPixForMT2(NbHritFile* file, int n)
     const std::uint16_t* counts = file->cache.line(n);
     const int columns = file->columns;
     file->blockStart[at(n)] = static_cast<std::uint32_t>(file->blocks.size());
+    file->blockCount[at(n)] = 0;
     int earthMark = -9999; // last column on earth, over all runs of the line
     for (int j = 0; j < columns - least; ++j) {
         if (counts[j] != error) continue;
@@ -130,7 +131,11 @@ int readSlot(NbHritFile* file, int n, float r)
     ++file->linesRead;
     if (file->generation == 2 && file->stopGap > 0) {
         const int found = findErrPixForMT2(file, n);
-        if (found < 0) return -1;
+        if (found < 0) { // to be read again when there is room
+            cache.setState(n, hritLineUnread);
+            --file->linesRead;
+            return -1;
+        }
         cache.setState(n, found > 0 ? hritLineErrors : hritLineSound);
     }
     return 0;

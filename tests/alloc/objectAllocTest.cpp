@@ -140,3 +140,66 @@ TEST(ObjectAllocation, AZoomWithoutRoomForItsPositionsSaysSo)
     }
     nbSatCloseObject(&object);
 }
+
+TEST(ObjectAllocation, LaterReadsAreAsIfNothingHadFailed)
+{
+    // A run of error counts, which the driver keeps as a block, and missing lines around it.
+    SynthHrit synth{
+        .annotation = "IMG_DK01IR1_200608010300_001 MTSAT2", .columns = 60, .imageLines = 60};
+    synth.quality = "LINE:=30\rERROR:=1.0\r";
+    synth.fill = [](int line, std::span<std::uint16_t> counts) {
+        std::ranges::fill(counts, static_cast<std::uint16_t>(10 * line));
+        if (line % 7 == 0) std::fill_n(counts.begin() + 15, 30, std::uint16_t{1023});
+    };
+    const TempFile file(synth.bytes());
+    std::array<float, 60> pixel, line;
+    for (std::size_t i = 0; i < 60; ++i) {
+        pixel[i] = 30;
+        line[i] = static_cast<float>(i);
+    }
+    std::array<std::int16_t, 60> good{}, out{};
+    const StderrCapture quiet;
+    int failed = 0;
+    bool more = true;
+    for (int k = 1000; more; k = k == 1000 ? 1 : k + 1) { // first without a failure
+        NbSatObject object{};
+        ASSERT_EQ(nbSatOpenObject(&object, file.path().c_str()), 0);
+        ASSERT_EQ(nbSatSetElems(&object, "IR1"), 10001);
+        nbSatSetStopGap(&object, 3);
+        AllocFailure failure(k);
+        const int result =
+            nbSatGetI2DataByPixLin(&object, pixel.data(), line.data(), out.data(), 60);
+        failure.stop();
+        more = failure.fired() || k == 1000;
+        failed += result < 0;
+        nbSatGetI2DataByPixLin(&object, pixel.data(), line.data(), out.data(), 60);
+        if (k == 1000) good = out;
+        EXPECT_EQ(out, good) << "allocation " << k;
+        nbSatCloseObject(&object);
+    }
+    EXPECT_EQ(good[27], 280); // mended: of lines 27 and 29, from 1
+    EXPECT_GT(failed, 1);
+}
+
+// The sanitizer sees a driver that fills more values than the object has room for.
+TEST(ObjectAllocation, ASelectionThatFailsLeavesNoneOrTheOneBefore)
+{
+    const TempFile file(SynthNgac{}.bytes());
+    NbSatObject object{};
+    ASSERT_EQ(nbSatOpenObject(&object, file.path().c_str()), 0);
+    const StderrCapture quiet;
+    const float at[4] = {20, 21, 22, 23};
+    float out[8];
+    bool more = true;
+    for (int k = 1; more; ++k) {
+        ASSERT_EQ(nbSatSetElems(&object, "1,2"), 10002);
+        AllocFailure failure(k);
+        const int code = nbSatSetElems(&object, "1,2");
+        failure.stop();
+        more = failure.fired();
+        EXPECT_EQ(object.elemNum, object.elemName != nullptr ? 2 : 0) << "allocation " << k;
+        EXPECT_EQ(code < 1, more) << "allocation " << k;
+        nbSatGetR4DataByPixLin(&object, at, at, out, 4);
+    }
+    nbSatCloseObject(&object);
+}
