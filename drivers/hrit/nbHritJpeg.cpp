@@ -74,8 +74,11 @@ private:
 // Copies the rest of a stream into a new file; false when it cannot be written whole.
 bool copyRest(std::FILE* in, const std::string& path)
 {
-    NbFilePtr out(std::fopen(path.c_str(), "wb"));
-    if (!out) return false;
+    NbFilePtr out(std::fopen(path.c_str(), "wb")); // counts a failed write too
+    if (!out) {
+        ++nbpReadFailures;
+        return false;
+    }
     std::vector<char> block(std::size_t{1} << 16);
     while (const std::size_t n = std::fread(block.data(), 1, block.size(), in))
         if (std::fwrite(block.data(), 1, n, out.get()) != n) return false;
@@ -102,7 +105,10 @@ bool run(const std::string& tool, const std::string& stem, std::int64_t mostByte
     std::string name = stem;
     char* const arguments[] = {program.data(), flag.data(), name.data(), nullptr};
     const pid_t child = fork();
-    if (child < 0) return false;
+    if (child < 0) {
+        ++nbpReadFailures;
+        return false;
+    }
     if (child == 0) { // nothing but system calls from here on: other threads' locks may be held
         const int null = open("/dev/null", O_RDWR);
         for (const int stream : {0, 1, 2})
@@ -127,6 +133,10 @@ bool run(const std::string& tool, const std::string& stem, std::int64_t mostByte
         if (held.cameAny()) kill(-child, SIGKILL);
         nanosleep(&tick, nullptr);
     }
+    // Killed by the user or for want of memory, not by what it read.
+    if (ended == child && WIFSIGNALED(status) &&
+        (WTERMSIG(status) == SIGKILL || WTERMSIG(status) == SIGTERM))
+        ++nbpReadFailures;
     return ended == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
@@ -149,7 +159,10 @@ NbFilePtr nbpHritJpegDecode(const std::string& tool, std::FILE* in, std::int64_t
 {
     const NbHeldSignals held; // so that the directory goes before the program does
     const RunDirectory directory;
-    if (!directory.made()) return nullptr;
+    if (!directory.made()) {
+        ++nbpReadFailures;
+        return nullptr;
+    }
     const std::string stem = directory.stem();
     if (!copyRest(in, stem + ".jpg")) return nullptr;
     if (!run(tool, stem, 2 * size + spareBytes, held)) return nullptr;
