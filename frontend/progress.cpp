@@ -45,9 +45,17 @@ void setTimer(int everySeconds)
     setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
+// A time limit that whoever started the program has set.
+bool timerRuns()
+{
+    itimerval timer{};
+    getitimer(ITIMER_REAL, &timer);
+    return timer.it_value.tv_sec != 0 || timer.it_value.tv_usec != 0;
+}
+
 } // namespace
 
-NbProgressLine::NbProgressLine() : armed_(isatty(STDERR_FILENO) != 0)
+NbProgressLine::NbProgressLine() : armed_(isatty(STDERR_FILENO) != 0 && !timerRuns())
 {
     if (!armed_) return;
     seconds = 0;

@@ -5,9 +5,10 @@
  */
 #include <csignal>
 
-// What ends a batch by the wish of the user or the system; some batch systems warn with the last
-// two.
-inline constexpr int nbpEndings[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU, SIGUSR1, SIGUSR2};
+// What ends a batch by the wish of the user or the system; timers are often set for a program by
+// what starts it, and some batch systems warn with the last two.
+inline constexpr int nbpEndings[] = {SIGHUP,  SIGINT,    SIGQUIT, SIGTERM, SIGXCPU,
+                                     SIGALRM, SIGVTALRM, SIGPROF, SIGUSR1, SIGUSR2};
 
 // From construction to the end of its scope the thread gets none of the endings that would end the
 // program at once; one that came has its effect then. Those that the program catches or ignores
