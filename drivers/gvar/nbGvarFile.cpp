@@ -54,7 +54,8 @@ double firstScanTime(double time, int n, int direction, double startTime)
 {
     // Deliberate: milliseconds are taken off the decimal number as it stands, without a carry into
     // seconds and minutes, so a second may come out as 99. Scan times in old archives were formed
-    // so; a carry moves all times of such a frame by up to 40 seconds.
+    // so. Without the carry all times of such a frame are up to 40 seconds late, where an hour
+    // begins up to 40 minutes, and at midnight days.
     constexpr double s = gvarScanMs;
     constexpr double u = gvarTurnaroundMs;
     const int pairs = n / 2; // of scans: there and back
@@ -192,6 +193,9 @@ int openFile(NbGvarFile* file, const char* path)
     }
     nbpGvarCalcOA(file);
     file->satellite = file->header.satellite;
+    if (file->satellite < 8 || file->satellite > 12)
+        nbpLogWarn("nbGvarOpenFile() : %s: GOES-%d is read as GOES-9, also its channels\n", path,
+                   file->satellite);
     if (!checkSize(*file, path)) return NB_GVAR_NO_FRAME;
     switch (nbpGvarChgCh(file, 0)) {
     case 0:

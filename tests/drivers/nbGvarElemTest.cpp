@@ -106,7 +106,9 @@ TEST(GvarCalibration, SpotValuesOfEverySatellite)
 
 TEST(GvarCalibration, TablesAreCutToTheCallersRoomAndNeedASuffix)
 {
-    const GvarScene scene({.satellite = 13}); // as GOES-9
+    StderrCapture opening;
+    const GvarScene scene({.satellite = 13});
+    EXPECT_TRUE(opening.get().ends_with(": GOES-13 is read as GOES-9, also its channels\n"));
     float table[3] = {-5, -5, -5};
     int n = 2;
     EXPECT_EQ(scene.object.GetCalTable(scene.p(), "IR1_R", table, &n), 0);
