@@ -25,6 +25,7 @@
 #include <algorithm>
 #include <cmath>
 #include <csignal>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -89,6 +90,14 @@ int openInputs(const NbSettings& settings, NbInputs& inputs, Source& source)
         complain("%s: is an input file, another file expected for the output", output);
         return NB_RUN_OUTPUT_OPEN;
     }
+    std::error_code none; // such an output cannot be told, or is not there
+    for (const std::string& read : {settings.setupName, settings.tableName.value_or("")})
+        if (std::filesystem::is_regular_file(settings.outputName, none) &&
+            isInputFile(output, read, read)) {
+            complain("%s: is read as %s, another file expected for the output", output,
+                     read == settings.setupName ? "the setup file" : "the table file");
+            return NB_RUN_OUTPUT_OPEN;
+        }
     return inputs.open(names);
 }
 

@@ -173,7 +173,7 @@ TEST_F(OutputFile, AnUnwritableFolderMeansTheFileItselfAndAProtectedFileIsRefuse
 TEST_F(OutputFile, ASignalTakesTheUnfinishedFileAlongAndOneIgnoredStaysIgnored)
 {
     writeText(dir / "out/a", "before");
-    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU, SIGUSR1, SIGKILL}) {
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM, SIGXCPU, SIGALRM, SIGUSR1, SIGKILL}) {
         const pid_t child = fork();
         if (child == 0) {
             std::signal(SIGHUP, SIG_DFL); // the test itself may run under nohup
@@ -255,6 +255,15 @@ TEST_F(OutputFile, AnInputIsRefusedByWhateverName)
                                          "\nerror : 74\n"))
             << script << result.err;
         EXPECT_EQ(readFile(dir / "ir"), before) << script;
+    }
+    writeText(dir / "map", "STDLON 120\n");
+    for (const char* const option : {"-q", "-t="}) {
+        const std::string last = option[1] == 't' ? "none" : "map";
+        const ProgramResult result = nimbex(
+            {option + (option[1] == 't' ? dir / "map" : ""), dir / "ir", dir / "map", dir / last});
+        EXPECT_EQ(result.status, NB_RUN_OUTPUT_OPEN) << result.err;
+        EXPECT_NE(result.err.find("map: is read as the "), std::string::npos) << result.err;
+        EXPECT_EQ(textAt(readFile(dir / "map"), 0, 99), "STDLON 120\n");
     }
 }
 

@@ -365,7 +365,7 @@ TEST_F(Program, FailuresEndWithTheirCodeAndLeaveNoOutput)
         {{"-m", "@manyNames", "@out"}, 73, ""},
         {{"@ir.dat", "@no/out", "@map"}, 74, "No such file or directory"},
         {{"@ir.dat", "@", "@map"}, 74, "Is a directory"},
-        {{"@ir.dat", "@far", "@far"}, 77, "no cell of the grid"},
+        {{"@ir.dat", "@out", "@far"}, 77, "no cell of the grid"},
         {{"@unknown.dat", "@out", "@map"}, 75, ""},
         {{"-c=1", "@native", "@out", "@map"}, 75, "channel named ' None"},
     };
