@@ -2,6 +2,7 @@
 
 #include "sat/nbSatGetProjData.h"
 #include "sat/nbSatNav.h"
+#include "sat/nbSatProj.h"
 #include "util/nbNumber.h"
 
 #include <algorithm>
@@ -38,10 +39,11 @@ void cropAngles(std::span<NbSatObject> objects, NbProjPara& map,
         const auto zeniths = zenith.subspan(static_cast<std::size_t>(row) * columns, columns);
         std::fill(zeniths.begin(), zeniths.end(), 90.0); // no angle: no adjustment
         std::fill(y.begin(), y.end(), static_cast<float>(row));
-        if (nbProjXYToLonLat(x.data(), y.data(), lon.data(), lat.data(), map.xNum, &map) < 0)
-            continue;
         for (std::size_t k = 0; k < objects.size(); ++k) {
             if (std::find(owners.begin(), owners.end(), k) == owners.end()) continue;
+            nbSatSetNavToProj(&objects[k], &map); // not every segment can place another's lines
+            if (nbProjXYToLonLat(x.data(), y.data(), lon.data(), lat.data(), map.xNum, &map) < 0)
+                continue;
             nbSatLonLatToPixLinInfo(&objects[k], lon.data(), lat.data(), pixel.data(), line.data(),
                                     info.data(), map.xNum);
             for (std::size_t i = 0; i < columns; ++i) {
@@ -52,6 +54,7 @@ void cropAngles(std::span<NbSatObject> objects, NbProjPara& map,
             }
         }
     }
+    nbSatSetNavToProj(&objects[0], &map);
 }
 
 int fetchStrip(std::span<NbSatObject> objects, NbProjPara& map, int mode,

@@ -1,6 +1,7 @@
 // The converter as a program: arguments, exit status, standard error, bytes of the file.
 #include "tests/frontend/hisdDisk.h"
 #include "tests/synth/synthGvar.h"
+#include "tests/synth/synthHrit.h"
 #include "tests/synth/synthNative.h"
 #include "tests/synth/synthNoaa.h"
 
@@ -302,6 +303,25 @@ TEST_F(Program, SunAdjustmentBrightensReflectanceAndLeavesTemperature)
     }
     EXPECT_GT(brighter, 30);
     EXPECT_EQ(convert({"-a=-2"}, "ir.dat", "map"), convert({}, "ir.dat", "map"));
+}
+
+// Of a list whose files know their own lines alone.
+TEST_F(Program, SunAdjustmentOfACropReachesEverySegment)
+{
+    const SynthHrit whole{.annotation = "IMG_DK01VIS_200608010300_001 MTSAT1"};
+    whole.write(dir / "vis");
+    std::string list; // the last one first: it knows the height of the image
+    for (const SynthHrit& part : whole.split(4)) {
+        const std::string name = dir / ("part" + std::to_string(part.segment));
+        part.write(name);
+        list.insert(0, name + "\n");
+    }
+    writeText(dir / "list", list);
+    writeText(dir / "crop", "STDXPOS 30\nSTDYPOS 10\nSTDXNUM 50\nSTDYNUM 90\n");
+    const Bytes one = convert({"-p=crop", "-a=-1", "-v"}, "vis");
+    const Bytes parts = convert({"-p=crop", "-a=-1", "-v", "-m"}, "list");
+    EXPECT_NE(one, convert({"-p=crop", "-v"}, "vis"));
+    EXPECT_EQ(textAt(parts, 256, parts.size()), textAt(one, 256, one.size()));
 }
 
 TEST_F(Program, OptionsWithoutEffectHereChangeNothing)
