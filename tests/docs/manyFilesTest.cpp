@@ -53,21 +53,23 @@ struct TwentyFiles : Batch {
     const std::string inputs = "input/$name.DAT";
 };
 
-TEST_F(TwentyFiles, ParallelConvertsAllAndRepeatsWhatFailed)
+TEST_F(TwentyFiles, ParallelConvertsAllThenWhatFailedAndWhatIsNew)
 {
+    const std::string script = programOf("many-files.md", "sh parallel");
     writeText(name(7), "still arriving");
-    const ProgramResult first = shell(dir.path(), programOf("many-files.md", "sh parallel"));
+    const ProgramResult first = shell(dir.path(), script);
     EXPECT_EQ(first.status, 1) << first.err; // runs that failed
     expectMaps("", inputs, 19);
     const ProgramResult status = shell(dir.path(), "awk '$7 != 0 { print $7 }' jobs.txt");
     EXPECT_EQ(status.out, "Exitval\n73\n");
 
     diskAt(7).write(name(7));
-    const ProgramResult again = shell(dir.path(), programOf("many-files.md", "sh again"));
+    diskAt(20).write(dir / "input/disk05.DAT"); // sorts before all others
+    const ProgramResult again = shell(dir.path(), script);
     EXPECT_EQ(again.status, 0) << again.err;
-    expectMaps("", inputs, 20);
+    expectMaps("", inputs, 21);
     const ProgramResult runs = shell(dir.path(), "wc -l <jobs.txt");
-    EXPECT_EQ(runs.out, "22\n"); // a head, 20 runs, 1 repeated
+    EXPECT_EQ(runs.out, "3\n"); // a head, 1 repeated, 1 new
 }
 
 TEST_F(TwentyFiles, TheTasksOfAnArrayShareThem)
@@ -84,14 +86,22 @@ TEST_F(TwentyFiles, TheTasksOfAnArrayShareThem)
     expectMaps("", inputs, 20);
 }
 
-TEST_F(Batch, ParallelTakesTheSegmentsOfADiskAsOneRun)
+TEST_F(Batch, ParallelTakesTheSegmentsOfADiskAsOneRunWhenAllAreThere)
 {
+    const std::string script = programOf("many-files.md", "sh segments");
+    std::string last;
     for (int hour = 0; hour < 2; ++hour)
-        for (const SynthHisd& part : diskAt(hour).split(10))
-            part.write(dir / ("input/" + part.fileName()));
-    const ProgramResult result = shell(dir.path(), programOf("many-files.md", "sh segments"));
-    EXPECT_EQ(result.status, 0) << result.err;
-    expectMaps("-m", "<(ls input/${name}_*)", 2);
+        for (const SynthHisd& part : diskAt(hour).split(10)) {
+            last = dir / ("input/" + part.fileName());
+            part.write(last);
+        }
+    fs::rename(last, dir / "arriving");
+    for (const int disks : {1, 2}) {
+        const ProgramResult result = shell(dir.path(), script);
+        EXPECT_EQ(result.status, 0) << result.err;
+        expectMaps("-m", "<(ls input/${name}_*)", disks);
+        if (disks == 1) fs::rename(dir / "arriving", last);
+    }
 }
 
 } // namespace
