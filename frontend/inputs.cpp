@@ -62,6 +62,9 @@ int NbInputs::open(const std::string& names)
             complain("%s: cannot read the input file: %s", path.c_str(), std::strerror(errno));
         return NB_RUN_INPUT;
     }
+    if (opened().size() < nameCount)
+        complain("%zu of %zu input files are open, the others are left out", opened().size(),
+                 nameCount);
     return NB_RUN_COMPLETE;
 }
 
