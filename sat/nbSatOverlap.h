@@ -9,9 +9,9 @@
 inline constexpr double nbOverlapNone = -9999.0;
 
 /**
- * Observation start as one number, year to second in two digits each. In float all the way, so
- * that starts within some ten thousand seconds of each other compare as equal; then the later
- * object of the list takes the cell.
+ * Observation start as one number: the year, then month to second in two digits each. In float all
+ * the way, which tells two or three days apart and nothing less; of equal starts the later object
+ * of the list takes the cell.
  */
 inline float nbpOverlapFileTime(const std::int16_t ymdhms[6])
 {
