@@ -622,8 +622,9 @@ def read_nimbex(path, map=None):
     Gives an xarray.Dataset where xarray is installed, otherwise a NimbexGrid. The variable "value"
     holds physical values: kelvin, or reflectances 0 to 1 (units "1"), by the word of the label; it
     has no units when the word, cut off at 8 characters, may be either. Files of the grid projection
-    bring the longitudes and latitudes of their cells, degrees; for other projections hand over the
-    Map that the conversion used, or get columns and rows alone.
+    bring the longitudes and latitudes of their cells, degrees; only ELLFLG needs a map for the
+    latitudes. For other projections hand over the Map that the conversion used, or get columns and
+    rows alone. Raises NimblError for a damaged file, and for a map that is not its own.
     """
     with _builtin_open(path, "rb") as file:
         data = file.read()
@@ -641,28 +642,34 @@ def _parse(path, data, map):
 
     need(len(data) >= 260 and data[0:4] == data[252:256] == b"\0\1\0\0", "not a nimbex file")
     word = lambda at: struct.unpack_from("<i", data, at)[0]
+    mark = lambda at: struct.unpack_from("<I", data, at)[0]
     real = lambda at: _shortest(struct.unpack_from("<f", data, at)[0])
     text = lambda at, n: data[at:at + n].split(b"\0")[0].decode("ascii", "replace").strip()
     is_grid = word(88) == 1
     columns, rows = (word(108), word(112)) if is_grid else (word(92), word(96))
-    row_bytes, size, low, table_bytes = 256 * word(116), word(120), word(160), word(256)
-    need(columns > 0 and rows > 0 and size in (1, 2) and row_bytes >= columns * size + 8,
-         "the sizes in the header do not fit each other")
-    entries = word(156) + (0 if low == 0 else 2)
-    need(word(156) > 0 and entries <= 65536 and 256 <= table_bytes and entries * 4 <= table_bytes,
-         "the level table does not fit its block")
-    need(256 + table_bytes + rows * row_bytes <= len(data), "the file is too short")
+    row_bytes, size, table_bytes = 256 * mark(116), word(120), mark(256)
+    need(word(88) in (0, 1) and columns > 0 and rows > 0 and size in (1, 2)
+         and row_bytes >= columns * size + 8, "the sizes in the header do not fit each other")
+    need(not is_grid or (real(100) > 0 and real(104) > 0), "the grid has no steps")
+    count, low, high = word(156), word(160), word(164)
+    need(low in (0, 1) and 0 < count <= 65536 and high == low + count - 1,
+         "the levels in the header do not fit each other")
+    start = 256 + table_bytes
+    need(table_bytes % 256 == 0 and (count + 2) * 4 <= table_bytes and start <= len(data)
+         and mark(start - 4) == table_bytes, "the level table does not fit its block")
+    need(start + rows * row_bytes == len(data), "it has %d bytes, its header says %d"
+         % (len(data), start + rows * row_bytes))
+    for at in range(start, len(data), row_bytes):
+        need(mark(at) == row_bytes == mark(at + row_bytes - 4),
+             "row %d does not stand between its marks" % ((at - start) // row_bytes))
 
-    # Without a low level of 0 the block's marks lie over the first and the last entry: these levels
-    # have no value.
-    table = list(struct.unpack_from("<%df" % entries, data, 256 if low else 260))
-    if low:
-        table[0] = table[-1] = _NAN
+    # The first usable level stands behind the block's mark. A level 0 below it has no value.
+    table = [_NAN] * low + list(struct.unpack_from("<%df" % count, data, 260))
     version = text(248, 4) or "1.0"
     full = 255 if size == 1 else 65535
-    values_of = (table + [_NAN] * (full + 1 - entries))[:full + 1]
+    values_of = (table + [_NAN] * (full + 1 - len(table)))[:full + 1]
     values_of[full if version != "1.0" else 0] = _NAN
-    values, levels = _cells(data, 256 + table_bytes, rows, columns, row_bytes, size, values_of)
+    values, levels = _cells(data, start, rows, columns, row_bytes, size, values_of)
 
     attrs = {"label": text(4, 8), "satellite": text(12, 8), "version": version,
              "correction": word(168)}
@@ -677,15 +684,24 @@ def _parse(path, data, map):
     attrs.update(_quantity(attrs["label"]))
 
     lon = lat = None
-    if is_grid:
-        west, north, step_x, step_y = real(128), real(124), real(100), real(104)
-        lon = [west + i * step_x for i in range(columns)]
-        lat = [north - i * step_y for i in range(rows)]
-    elif map is not None:
+    if map is not None:
         need((columns, rows) == (map.columns, map.rows), "it has %d x %d cells, the map %d x %d"
              % (columns, rows, map.columns, map.rows))
-        lon, lat = map.lonlat()
+        need(is_grid == (map.projection == "grid"), "the map is of another projection")
         attrs["projection"] = map.projection
+    if is_grid:
+        west, north, step_x, step_y = real(128), real(124), real(100), real(104)
+        lon = [west + i * step_x for i in range(columns)]  # not the map's: these run on past 180
+        lat = [north - i * step_y for i in range(rows)]
+        if map is not None:
+            own, near = map.para, 0.05  # of a cell: the header has floats
+            need(abs(own.stepX / step_x - 1) < 1e-5 and abs(own.stepY / step_y - 1) < 1e-5
+                 and abs(own.baseLat + own.baseY * own.stepY - north) < near * step_y
+                 and abs((own.baseLon - own.baseX * own.stepX - west + 180) % 360 - 180)
+                 < near * step_x, "the map lies elsewhere")
+            _, lat = map.xy_to_lonlat([0] * rows, list(range(rows)))
+    elif map is not None:
+        lon, lat = map.lonlat()
     return NimbexGrid(values, levels, lon, lat, is_grid, attrs)
 
 

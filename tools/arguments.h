@@ -2,16 +2,17 @@
 /**
  * Arguments of the tools: --name=value, --name, and positional ones.
  */
+#include "tools/usage.h"
+
 #include <algorithm>
 #include <charconv>
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 class Arguments {
 public:
-    // Throws std::runtime_error for an option that is not among the names.
+    // Throws UsageError for an option that is not among the names.
     Arguments(int argc, char** argv, const std::vector<std::string>& names)
     {
         for (int i = 1; i < argc; ++i) {
@@ -23,7 +24,7 @@ public:
             const std::size_t equals = std::min(argument.find('='), argument.size());
             const std::string name = argument.substr(2, equals - 2);
             if (std::ranges::find(names, name) == names.end())
-                throw std::runtime_error("unknown option " + argument);
+                throw UsageError("unknown option " + argument);
             options_[name] = equals < argument.size() ? argument.substr(equals + 1) : "";
         }
     }
@@ -48,9 +49,8 @@ public:
         const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
         if (error != std::errc{} || end != word.data() + word.size() ||
             !(value >= low && value <= high))
-            throw std::runtime_error("--" + name + "=" + word + " : a number from " +
-                                     std::to_string(low) + " to " + std::to_string(high) +
-                                     " expected");
+            throw UsageError("--" + name + "=" + word + " : a number from " + std::to_string(low) +
+                             " to " + std::to_string(high) + " expected");
         return value;
     }
 

@@ -19,11 +19,13 @@ std::vector<LandRing> readLandRings(const std::string& path)
         if (text.empty() || text[0] == '#') continue;
         std::istringstream fields(text);
         int hole = 0; // even-odd filling needs no difference
-        fields >> hole;
+        bool good = static_cast<bool>(fields >> hole);
         LandRing ring;
-        for (LandRing::Point p; fields >> p.lon >> p.lat;)
-            ring.points.push_back(p);
-        if (!fields.eof() || ring.points.size() < 3)
+        while (good && !(fields >> std::ws).eof()) {
+            LandRing::Point& p = ring.points.emplace_back();
+            good = fields >> p.lon >> p.lat && std::abs(p.lon) <= 720 && std::abs(p.lat) <= 90;
+        }
+        if (!good || ring.points.size() < 3)
             throw std::runtime_error(path + ": line " + std::to_string(line) +
                                      " is no ring of land");
         rings.push_back(std::move(ring));

@@ -43,6 +43,8 @@ struct Readers : testing::Test {
         // A grid keeps its size elsewhere; the mark of a missing cell depends on version and width.
         for (const char* const options : {"-v", "-v -b", "-b -e"})
             EXPECT_EQ(read(options, "map", 0, 29), "IR Himawa-8\n40 x 30\nmissing\n") << options;
+        // A label of all its characters.
+        EXPECT_EQ(read("-v -w=1", "map", 0, 29), "MTSAT-IR Himawa-8\n40 x 30\nmissing\n");
     }
     SynthHisd scene = SynthHisd{.validBits = 12}.resolved();
     TempDir dir;

@@ -146,6 +146,45 @@ void putNumber(Bytes* bytes, std::size_t offset, T value)
 
 constexpr const char* gshhg = "/usr/share/gmt-gshhg/binned_GSHHS_l.nc";
 
+// A netCDF file, of the classic format, of lists of integers.
+Bytes netCdf(const std::vector<std::pair<std::string, std::vector<int>>>& lists)
+{
+    Bytes out;
+    const auto put = [&out](std::size_t number) {
+        const Bytes bytes = numberBytes(number, 4, true);
+        out.insert(out.end(), bytes.begin(), bytes.end());
+    };
+    const auto putName = [&](const std::string& name) {
+        put(name.size());
+        for (const char c : name)
+            out.push_back(static_cast<std::byte>(c));
+        out.resize((out.size() + 3) / 4 * 4);
+    };
+    const auto putNumbers = [&put](std::initializer_list<std::size_t> numbers) {
+        for (const std::size_t number : numbers)
+            put(number);
+    };
+    constexpr std::size_t headBytes = 4096;        // room for all names
+    putNumbers({0x43444601, 0, 10, lists.size()}); // "CDF" and 1, no records, the dimensions
+    for (const auto& [name, values] : lists) {
+        putName(name);
+        put(values.size());
+    }
+    putNumbers({0, 0, 11, lists.size()}); // no attributes, the variables
+    std::size_t begin = headBytes;
+    for (std::size_t i = 0; i < lists.size(); ++i) {
+        const std::size_t length = 4 * lists[i].second.size();
+        putName(lists[i].first);
+        putNumbers({1, i, 0, 0, 4, length, begin}); // dimension i, no attributes, integers
+        begin += length;
+    }
+    out.resize(headBytes);
+    for (const auto& [name, values] : lists)
+        for (const int value : values)
+            put(static_cast<std::uint32_t>(value));
+    return out;
+}
+
 // Shorelines of the repository, and those of a Debian package where it is installed.
 class ShoreMapOf : public testing::TestWithParam<const char*> {
 protected:
@@ -392,8 +431,48 @@ TEST(MapMaker, RefusesWhatIsNoLandAndLeavesTheMapAlone)
     EXPECT_EQ(bad.status, 1);
     EXPECT_EQ(bad.err, "nimbex-map : " + source.path() + ": line 2 is no ring of land\n");
     EXPECT_EQ(readFile(map.path()).size(), 9U);
-    const TempFile nowhere("0 10 10 20 10 20 91\n");
-    EXPECT_EQ(runProgram(NIMBEX_MAP_PROGRAM, {nowhere.path(), map.path()}).status, 1);
+    for (const char* const ring :
+         {"0 10 10 20 10 20 91", "0 10 10 20 10 721 20", "0 10 10 20 10 nan 20",
+          "0 10 10 20 10 20 20 10", "0 10 10 20 10 20 20 1e999"}) {
+        const TempFile nowhere(ring);
+        const ProgramResult result = runProgram(NIMBEX_MAP_PROGRAM, {nowhere.path(), map.path()});
+        EXPECT_EQ(result.status, 1) << ring;
+        EXPECT_NE(result.err.find("line 1 is no ring of land"), std::string::npos) << ring;
+    }
     EXPECT_EQ(runProgram(NIMBEX_MAP_PROGRAM, {map.path()}).status, 2);
+    EXPECT_EQ(runProgram(NIMBEX_MAP_PROGRAM, {"--foo", source.path(), map.path()}).status, 2);
+    const TempFile land("0 10 10 20 10 20 20\n");
+    EXPECT_EQ(runProgram(NIMBEX_MAP_PROGRAM, {land.path(), land.path()}).status, 2);
+    EXPECT_EQ(readFile(land.path()).size(), 20U);
     EXPECT_EQ(runProgram(NIMBEX_MAP_PROGRAM, {"--help"}).status, 0);
+}
+
+// A shore is a count and a place in the list of points: many that share theirs would make much of a
+// small file.
+TEST(MapMaker, RefusesShoresOfMorePointsThanThereAre)
+{
+    if (!MAP_READS_GSHHG) GTEST_SKIP() << "the netCDF library is not installed";
+    const TempDir dir;
+    for (const int points : {6, 5}) {
+        constexpr int closedLand = 3 << 9 | 1 << 6 | 4; // of three points
+        std::vector<int> x = {10000, 20000, 20000, 30000, 40000, 40000};
+        std::vector<int> y = {10000, 10000, 20000, 10000, 10000, 20000};
+        x.resize(static_cast<std::size_t>(points));
+        y.resize(x.size());
+        writeFile(dir / "shores.nc", netCdf({{"Bin_size_in_minutes", {180 * 60}}, // two bins
+                                             {"Id_of_first_segment_in_a_bin", {0, 2}},
+                                             {"N_segments_in_a_bin", {2, 0}},
+                                             {"Embedded_node_levels_in_a_bin", {0, 0}},
+                                             {"Embedded_npts_levels_exit_entry_for_a_segment",
+                                              {closedLand, closedLand}},
+                                             {"Id_of_first_point_in_a_segment", {0, points - 3}},
+                                             {"Relative_longitude_from_SW_corner_of_bin", x},
+                                             {"Relative_latitude_from_SW_corner_of_bin", y}}));
+        const ProgramResult result =
+            runProgram(NIMBEX_MAP_PROGRAM, {dir / "shores.nc", dir / "map.dat"});
+        EXPECT_EQ(result.status, points == 6 ? 0 : 1) << result.err;
+    }
+    // 180 / 65535 of a degree a step: the first slope rises from 27.5 E 62.5 S to 54.9 E 35.1 S.
+    EXPECT_TRUE(isLand(*openMap(dir / "map.dat"), 48, -52));
+    EXPECT_FALSE(isLand(*openMap(dir / "map.dat"), 38, -42));
 }

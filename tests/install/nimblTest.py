@@ -215,6 +215,24 @@ class NimbexFiles(unittest.TestCase):
             self.assertEqual(attrs.get("units"), units, label)
             self.assertTrue(math.isnan(values[0][0]))
 
+    def test_rows_of_the_ellipsoid_take_their_latitudes_from_the_map(self):
+        self.setup.write_text(self.setup.read_text() + "ELLFLG 1\n")
+        out = self.convert("-v", "-b=8")
+        _, lon, lat, _ = self.parts(nimbl.read_nimbex(out, nimbl.Map("grid", self.setup)))
+        self.assertEqual((lon[0], lon[60]), (80, 230))
+        for row in range(41):  # equal steps of the reduced latitude, on the axis ratio's ellipsoid
+            reduced = math.tan(math.radians(60 - 2 * row))
+            geodetic = math.degrees(math.atan(reduced / math.sqrt(1 - 0.0822719 ** 2)))
+            self.assertAlmostEqual(lat[row], geodetic, places=9)
+        same = {"stdxnum": 61, "stdynum": 41}
+        for other in (nimbl.Map("grid", self.setup, stdxnum=62), nimbl.Map("ps", **same)):
+            with self.assertRaisesRegex(nimbl.NimblError, "the map"):
+                nimbl.read_nimbex(out, other)
+        for word, value in (("STDLON", 81), ("STDLAT", 59), ("STDXSIZ", 2.6), ("STDYSIZ", 2.1)):
+            self.setup.write_text("".join("%s %s\n" % i for i in {**SETUP, word: value}.items()))
+            with self.assertRaisesRegex(nimbl.NimblError, "the map lies elsewhere"):
+                nimbl.read_nimbex(out, nimbl.Map("grid", self.setup))
+
     def test_other_projection_takes_its_places_from_the_map(self):
         self.setup.write_text("STDXSIZ 60\nSTDYSIZ 60\nPRJCLON 140\nBITLEN 8\n")
         out = self.convert("-v", "-p=ps")
@@ -226,8 +244,9 @@ class NimbexFiles(unittest.TestCase):
             x, y = (round(v) for v in map.lonlat_to_xy(place_lon, place_lat))
             self.assertLess(abs(float(values[y][x]) - kelvin), 0.3)
             self.assertLess(abs(lon[y][x] - place_lon) + abs(lat[y][x] - place_lat), 1)
-        with self.assertRaisesRegex(nimbl.NimblError, "the map"):
-            nimbl.read_nimbex(out, nimbl.Map("ps", stdxnum=20))
+        for other in (nimbl.Map("ps", stdxnum=20), nimbl.Map("grid")):
+            with self.assertRaisesRegex(nimbl.NimblError, "the map"):
+                nimbl.read_nimbex(out, other)
 
     def test_setup_file_is_read_as_the_converter_reads_it(self):
         # A note, a keyword without a number (-999), letters behind one, and a text behind the end.
@@ -247,6 +266,18 @@ class NimbexFiles(unittest.TestCase):
                 with self.assertRaises(nimbl.NimblError):
                     nimbl.read_nimbex(damaged)
         whole = self.convert("-b=8", "-v").read_bytes()
+        damaged.write_bytes(whole + b"\0" * 256)
+        with self.assertRaises(nimbl.NimblError):
+            nimbl.read_nimbex(damaged)
+        # Grid flag, step, levels, levels that reach into the closing mark, marks of table and rows.
+        for edits in ({88: 2}, {100: 0}, {160: 2, 164: 255}, {160: -1, 164: 252}, {164: 100},
+                      {156: 255, 160: 0, 164: 254}, {1276: 7}, {1280: 7}, {len(whole) - 4: 7}):
+            edited = bytearray(whole)
+            for at, number in edits.items():
+                edited[at:at + 4] = number.to_bytes(4, "little", signed=True)
+            damaged.write_bytes(edited)
+            with self.subTest(edits=edits), self.assertRaises(nimbl.NimblError):
+                nimbl.read_nimbex(damaged)
         for at in range(88, 252, 4):  # the largest and the smallest number in every field
             for number in (b"\xff\xff\xff\x7f", b"\0\0\0\x80"):
                 damaged.write_bytes(whole[:at] + number + whole[at + 4:])

@@ -159,6 +159,9 @@ TEST_F(View, UsageErrorsAndBadFilesAreOneLineAndAStatus)
     const std::string grid = convert("grid", {"-p=grid", "-b=8"});
     const std::string polar = convert("polar", {"-p=ps", "-b=8"}, "STDXNUM 45\nSTDYNUM 50\n");
     writeText(dir / "other", "STDXNUM 45\nSTDYNUM 50\nSTDLON 130\n");
+    const std::string setup = dir / "setup";
+    writeText(dir / "huge", "");
+    std::filesystem::resize_file(dir / "huge", std::uintmax_t{1} << 40); // of no blocks
     struct Case {
         int status;
         std::vector<std::string> arguments;
@@ -173,16 +176,20 @@ TEST_F(View, UsageErrorsAndBadFilesAreOneLineAndAStatus)
              Case{2, {"png", grid, dir / "o.png", "--range", "9,1"}, "--range 9,1"},
              Case{2, {"png", grid, dir / "o.png", "--palette=blue"}, "grey, enhanced, visible"},
              Case{2, {"png", grid, dir / "o.png", "--scale", "1.5"}, "whole number"},
-             Case{2, {"png", grid, grid}, "the input file itself"},
+             Case{2, {"png", grid, grid}, "is an input file"},
+             Case{2, {"png", polar, setup, "-p=ps", "--setup", setup}, "is an input file"},
+             Case{2, {"vrt", polar, setup, "-p=ps", "--setup", setup}, "is an input file"},
+             Case{2, {"png", grid, setup, "--coast", "--map", setup}, "is an input file"},
              Case{2, {"csv", grid, "1", "91"}, "LAT 91"},
              Case{2, {"csv", grid, "1", "9", "2"}, "without its LAT"},
              Case{2, {"csv", polar, "1", "2"}, "-p=WORD"},
              Case{2, {"csv", "-p=zoom", polar, "1", "2"}, "ps, disk, grid, merc or lamb"},
              Case{1, {"csv", "-p=ps", polar, "1", "2"}, "501 x 501"},
              Case{1, {"csv", "-p=ps", "--setup", dir / "other", polar, "1", "2"}, "another map"},
-             Case{1, {"csv", "-p=merc", "--setup", dir / "setup", polar, "1", "2"}, "another map"},
+             Case{1, {"csv", "-p=merc", "--setup", setup, polar, "1", "2"}, "another map"},
              Case{1, {"info", dir / "none"}, "cannot be opened"},
              Case{1, {"info", dir / "ir.dat"}, "no nimbex file"},
+             Case{1, {"info", dir / "huge"}, "no nimbex file"},
              Case{1, {"png", grid, dir.path() + "/no/o.png"}, "cannot be written"},
              Case{1, {"png", grid, dir / "o.png", "--coast", "--map", dir / "none"}, "none"},
          }) {

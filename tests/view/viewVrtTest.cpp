@@ -30,16 +30,20 @@ TEST_F(View, VrtLetsGdalReadLevelsAndValues)
     struct Case {
         std::vector<std::string> options;
         int missing;
+        const char* pin; // of the same map: a turn farther east it is told as 480 degrees
     };
-    for (const auto& [options, missing] :
-         {Case{{"-p=grid", "-b=8", "-v"}, 255}, Case{{"-p=grid", "-v"}, 65535},
-          Case{{"-p=grid", "-b=8", "-e"}, 0}, Case{{"-p=grid", "-b=10", "-e", "-v"}, 65535}}) {
-        const std::string path = convert("out", options);
-        // In a folder of its own, called by another path than it lies at.
-        std::filesystem::create_directory(dir / "sub");
-        std::filesystem::remove(dir / "link");
-        std::filesystem::create_directory_symlink(dir / "sub", dir / "link");
-        const std::string vrt = dir / "link" + "/out.vrt";
+    // In a folder of its own, called by another path and name than it lies at; the first time it
+    // does not lie there yet.
+    std::filesystem::create_directory(dir / "sub");
+    std::filesystem::create_directory_symlink(dir / "sub", dir / "link");
+    std::filesystem::create_symlink("link/out.vrt", dir / "name.vrt");
+    const std::string vrt = dir / "name.vrt";
+    for (const auto& [options, missing, pin] :
+         {Case{{"-p=grid", "-b=8", "-v"}, 255, ""},
+          Case{{"-p=grid", "-b=8", "-v"}, 255, "STDLON 130\nSTDXPOS -500\n"},
+          Case{{"-p=grid", "-v"}, 65535, ""}, Case{{"-p=grid", "-b=8", "-e"}, 0, ""},
+          Case{{"-p=grid", "-b=10", "-e", "-v"}, 65535, ""}}) {
+        const std::string path = convert("out", options, std::string(gridSetup) + pin);
         const ProgramResult made = view({"vrt", path, vrt});
         ASSERT_EQ(made.status, 0) << made.err;
         EXPECT_EQ(made.err, "");

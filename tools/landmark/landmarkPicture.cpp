@@ -123,6 +123,7 @@ Picture greys(NbSatObject* object, int reduction, const Arguments& arguments)
 void run(const Arguments& arguments)
 {
     const std::string& path = arguments.positional()[0];
+    requireOther(arguments.positional()[3], {path, arguments.positional()[2]});
     NbSatObject object{};
     if (nbSatOpenObject(&object, path.c_str()) != 0 ||
         nbSatSetElems(&object, arguments.positional()[1].c_str()) < 1)

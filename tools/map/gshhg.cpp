@@ -146,6 +146,7 @@ ShoreSource readGshhg(const std::string& path)
     while (degrees % source.tileDegrees != 0)
         --source.tileDegrees;
 
+    auto left = static_cast<std::int64_t>(x.size()); // points: each is one shore's
     for (std::size_t bin = 0; bin < bins; ++bin) {
         std::vector<Shore> open;
         std::vector<Shore> rings;
@@ -160,6 +161,8 @@ ShoreSource readGshhg(const std::string& path)
             const std::int64_t first = firstPoint[i];
             if (first < 0 || count < 2 || first + count > static_cast<std::int64_t>(x.size()))
                 file.fail("shore " + std::to_string(i) + " has points that are not there");
+            left -= count;
+            if (left < 0) file.fail("its shores have more points than there are");
             // Levels 1 to 4 are shores of land, lake, island and pond: each parts land from water.
             // Others are the grounding line under Antarctica's ice.
             if ((packed >> 6 & 7) > 4) continue;

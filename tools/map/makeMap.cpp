@@ -33,8 +33,14 @@ int main(int argc, char** argv)
             std::fputs(usage, stderr);
             return 2;
         }
-        makeShoreMap(arguments.positional()[0], arguments.positional()[1]);
+        const std::string& source = arguments.positional()[0];
+        const std::string& map = arguments.positional()[1];
+        requireOther(map, {source});
+        makeShoreMap(source, map);
         return 0;
+    } catch (const UsageError& e) {
+        std::fprintf(stderr, "nimbex-map : %s\n", e.what());
+        return 2;
     } catch (const std::exception& e) {
         std::fprintf(stderr, "nimbex-map : %s\n", e.what());
         return 1;

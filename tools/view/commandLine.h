@@ -2,19 +2,15 @@
 /**
  * The command line of a sub-command, from one table that is also its help.
  */
+#include "tools/usage.h"
+
 #include <map>
 #include <optional>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace nbView {
-
-// A command line that cannot be meant. Status 2; every other failure is 1.
-struct UsageError : std::runtime_error {
-    using std::runtime_error::runtime_error;
-};
 
 struct OptionSpec {
     const char* name;  // "--range", "-p"

@@ -4,8 +4,6 @@
  */
 #include "tools/view/commandLine.h"
 
-#include <filesystem>
-
 namespace nbView {
 
 extern const CommandSpec infoCommand;
@@ -20,13 +18,5 @@ inline constexpr OptionSpec projectionOption{
     "projection that the conversion had: ps, disk, grid, merc, lamb;\n"
     "a latitude-longitude grid needs none"};
 inline constexpr OptionSpec setupOption{"--setup", "FILE", "setup file of the conversion"};
-
-// Refuses to write over what is read.
-inline void requireOther(const std::string& output, const std::string& input)
-{
-    std::error_code none;
-    if (std::filesystem::equivalent(output, input, none))
-        throw UsageError(output + " : is the input file itself");
-}
 
 } // namespace nbView

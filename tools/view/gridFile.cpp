@@ -22,19 +22,23 @@ constexpr float noValue = std::numeric_limits<float>::quiet_NaN();
     throw std::runtime_error(what);
 }
 
-std::vector<std::byte> readWhole(const std::string& path)
+NbFilePtr openInput(const std::string& path)
 {
-    const NbFilePtr file = nbpFileOpenRead(path.c_str());
+    NbFilePtr file = nbpFileOpenRead(path.c_str());
     std::error_code none;
     if (!file)
         fail(std::filesystem::is_fifo(path, none) ? "is a pipe; a file is expected"
                                                   : "cannot be opened for reading");
-    const std::int64_t size = nbpFileSize(file.get());
-    if (size < 0) fail("is not a file of known size");
-    std::vector<std::byte> bytes(static_cast<std::size_t>(size));
-    if (std::fread(bytes.data(), 1, bytes.size(), file.get()) != bytes.size())
+    return file;
+}
+
+// Reads on until there are `size` bytes.
+void readUpTo(std::size_t size, std::FILE* file, std::vector<std::byte>& bytes)
+{
+    const std::size_t before = bytes.size();
+    bytes.resize(size);
+    if (std::fread(bytes.data() + before, 1, size - before, file) != size - before)
         fail("cannot be read");
-    return bytes;
 }
 
 // A blank padded field. What no terminal should be sent becomes "?".
@@ -58,6 +62,7 @@ NbDateInts readTime(NbCursor& in)
 
 void readHeader(std::span<const std::byte> file, GridFile& grid)
 {
+    if (file.size() < headerBytes) fail("is no nimbex file");
     NbCursor in(file.first(headerBytes), NbByteOrder::Little);
     const auto real = [&in] { return decimal(in.get<float>()); };
     const auto whole = [&in] { return in.get<std::int32_t>(); };
@@ -194,12 +199,20 @@ GridFile readGridFile(const std::string& path)
     GridFile grid;
     grid.path = path;
     try {
-        std::vector<std::byte> file = readWhole(path);
-        grid.storedBytes = file.size();
+        const NbFilePtr input = openInput(path);
+        const std::int64_t told = nbpFileSize(input.get());
+        if (told < 0) fail("is not a file of known size");
+        const auto size = static_cast<std::size_t>(told);
+        grid.storedBytes = size;
+        std::vector<std::byte> file;
+        readUpTo(std::min(size, headerBytes), input.get(), file);
         grid.compressed = isSzdd(file);
-        if (grid.compressed) file = expandSzdd(file);
-        if (file.size() < headerBytes) fail("is no nimbex file");
-        readHeader(file, grid);
+        if (!grid.compressed) readHeader(file, grid); // before a large file of another kind is read
+        readUpTo(size, input.get(), file);
+        if (grid.compressed) {
+            file = expandSzdd(file);
+            readHeader(file, grid);
+        }
         readTable(file, grid);
         readRows(file, grid);
     } catch (const std::runtime_error& e) {

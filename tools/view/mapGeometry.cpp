@@ -16,11 +16,22 @@ namespace {
 
 using nbpProj::noPosition;
 
+double turned(double lon)
+{
+    return std::remainder(lon, 360.0);
+}
+
+// Longitudes of nbProj are within a turn.
+double withinTurn(double lon)
+{
+    return std::fabs(lon) <= 360 ? lon : turned(lon);
+}
+
 NbProjPara mapOfHeader(const GridFile& grid)
 {
     NbProjPara map{};
     map.prjType = NB_PROJ_GRID;
-    map.baseLon = grid.corners[0].lon;
+    map.baseLon = withinTurn(grid.corners[0].lon);
     map.baseLat = grid.corners[0].lat;
     map.stepX = grid.stepX;
     map.stepY = grid.stepY;
@@ -49,11 +60,6 @@ NbProjPara mapOfConversion(const std::string& word, const std::optional<std::str
 bool near(double a, double b, double tolerance)
 {
     return std::fabs(a - b) <= tolerance;
-}
-
-double turned(double lon)
-{
-    return std::remainder(lon, 360.0);
 }
 
 } // namespace
@@ -117,8 +123,8 @@ bool MapGeometry::fitsCorners(const GridFile& grid) const
 void MapGeometry::centreGrid()
 {
     const double middle = (map_.xNum - 1) / 2.0;
-    map_.baseLon += (middle - static_cast<double>(map_.baseX)) * map_.stepX;
-    if (!(std::fabs(map_.baseLon) <= 360)) map_.baseLon = turned(map_.baseLon);
+    map_.baseLon =
+        withinTurn(map_.baseLon + (middle - static_cast<double>(map_.baseX)) * map_.stepX);
     map_.baseX = nbpToFloat(middle);
 }
 

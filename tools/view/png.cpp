@@ -81,7 +81,10 @@ int run(const CommandLine& line)
 {
     const std::string& input = line.positional()[0];
     const std::string& output = line.positional()[1];
-    requireOther(output, input);
+    const std::string shores = line.has("--map")     ? *line.text("--map")
+                               : line.has("--coast") ? findShoreMap()
+                                                     : "";
+    requireOther(output, {input, line.text("--setup").value_or(""), shores});
     const CellScale scale = scaleOf(line);
     const double spacing = line.number("--grid", 0, 0.1, 90);
     const GridFile grid = readGridFile(input);
@@ -96,8 +99,7 @@ int run(const CommandLine& line)
     if (line.has("--coast") || line.has("--grid")) {
         const MapGeometry geometry(grid, line.text("-p"), line.text("--setup"));
         Overlay overlay(geometry, grid, scale, canvas);
-        if (line.has("--coast"))
-            overlay.coast(line.has("--map") ? *line.text("--map") : findShoreMap());
+        if (line.has("--coast")) overlay.coast(shores);
         if (line.has("--grid")) overlay.net(spacing);
     }
     if (line.has("--legend")) {

@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 
 namespace nbView {
 namespace {
@@ -110,11 +111,23 @@ std::string valueBand(const GridFile& grid, const std::string& ownName)
            "  </ComplexSource>\n</VRTRasterBand>\n";
 }
 
+// Where a file to be written will lie: a symbolic link stays, and its target is written, whether or
+// not there is one yet. GDAL follows the link too before it looks for a dataset's files.
+fs::path placeOf(const std::string& output)
+{
+    constexpr int mostLinks = 40; // the system's own bound
+    std::error_code none;
+    fs::path place = fs::absolute(output);
+    for (int i = 0; i < mostLinks && fs::is_symlink(place, none); ++i)
+        place = place.parent_path() / fs::read_symlink(place, none);
+    return place;
+}
+
 int run(const CommandLine& line)
 {
     const std::string& input = line.positional()[0];
     const std::string output = line.positional().size() > 1 ? line.positional()[1] : input + ".vrt";
-    requireOther(output, input);
+    requireOther(output, {input, line.text("--setup").value_or("")});
     const GridFile grid = readGridFile(input);
     if (grid.compressed)
         throw std::runtime_error(input + " : is SZDD-compressed, and GDAL reads plain cells; "
@@ -132,7 +145,7 @@ int run(const CommandLine& line)
                      output.c_str());
     }
 
-    const fs::path ownPath = fs::absolute(output);
+    const fs::path ownPath = placeOf(output);
     // Empty when there is no way from the one to the other.
     const std::string nearby = fs::relative(input, ownPath.parent_path()).string();
     const Source data =
