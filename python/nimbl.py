@@ -431,10 +431,14 @@ class Image:
     @staticmethod
     def _channels_of(record):
         found = []
-        for number in range(_nb().nbSatGetChNum(record)):
+        # Native files number what they may hold, and count what they do.
+        native = record.fileFormatId == 12
+        for number in range(12 if native else _nb().nbSatGetChNum(record)):
             sizes = [ctypes.c_int() for _ in range(3)]
             text = ctypes.create_string_buffer(1024)
             if _nb().nbSatGetChInfo(record, number, *sizes, text) != 0:
+                continue
+            if native and sizes[0].value == 0:
                 continue
             parts = (text.value.decode("utf-8", "replace") + "//").split("/")
             names, physics = [[w for w in p.split(",") if w] for p in parts[:2]]
@@ -476,7 +480,8 @@ class Image:
             self._element = element
         if record.elemNum != 1:
             raise NimblError("element %r has %d values a pixel" % (element, record.elemNum))
-        return {-1.0, *(r.errorValue for r in self._records)}
+        outside = {-2.0} if record.elemKind == 0 else set()  # counts off the scan
+        return {-1.0, *outside, *(r.errorValue for r in self._records)}
 
     def read(self, element, lon=None, lat=None, pixel=None, line=None, rect=None):
         """Values of an element such as "B13_T" (kelvin) or "B13" (counts); nan where missing.
@@ -497,7 +502,7 @@ class Image:
                 return _nb().nbSatGetR4DataByPixLin(record, *points.flat, out, points.n)
 
             return points.back(self._samples(sample, points.n, errors) if points.n else [])
-        x, y, width, height = rect or (0, 0, *self._size(element))
+        x, y, width, height = rect or (0, 0, *self._size())
         if not (0 <= x and 0 <= y and 0 < width <= _MOST - x and 0 < height <= _MOST - y):
             raise ValueError("a rectangle outside of any image")
         out = (ctypes.c_float * (width * height))()
@@ -509,11 +514,17 @@ class Image:
             ctypes.memmove(ctypes.addressof(out) + 4 * first * width, block, 4 * rows * width)
         return _plane(out, height, width)
 
-    def _size(self, element):
-        """Pixels and lines of the whole image of an element."""
-        channels = [c for record in self._records for c in self._channels_of(record)]
-        own = [c for c in channels if element.startswith(tuple(c.names))] or channels
-        return max((c.pixels for c in own), default=0), max((c.lines for c in own), default=0)
+    def _size(self):
+        """Pixels and lines of the whole image of the element selected."""
+        sizes = []
+        for record in self._records:
+            channels = self._channels_of(record)
+            # Of several channels the record has the size of its own; the only one of a file tells
+            # that of the image, where the record may have that of a segment.
+            one = len(channels) == 1
+            sizes.append((channels[0].pixels, channels[0].lines) if one
+                         else (record.pixelNum, record.lineNum))
+        return tuple(map(max, zip(*sizes)))
 
     def _samples(self, call, n, errors, columns=0):
         """Results of `call` on each file, laid over each other.

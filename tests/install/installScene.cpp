@@ -4,10 +4,13 @@
  *     install_scene DIRECTORY
  *
  * Writes infrared.dat (band 13), its two halves "north half.dat" and "south half.dat", visible.dat
- * (band 3), and expected.txt: for each band a line with the physical values of the quarters NW, NE,
- * SW, SE. c.txt holds what c_interface prints for infrared.dat.
+ * (band 3), gvar.dat, native.dat (two channels of twelve) and expected.txt: for each band a line
+ * with the physical values of the quarters NW, NE, SW, SE. c.txt holds what c_interface prints for
+ * infrared.dat.
  */
+#include "tests/synth/synthGvar.h"
 #include "tests/synth/synthHisd.h"
+#include "tests/synth/synthNative.h"
 
 #include <cmath>
 #include <cstdint>
@@ -36,6 +39,7 @@ SynthHisd quarters(int band)
         const std::size_t south = line > 55 ? 2 : 0;
         for (std::size_t c = 0; c < row.size(); ++c)
             row[c] = counts[south + (c >= 55 ? 1 : 0)];
+        if (line == 1) row[2] = 65534; // off the scan
     };
     return scene.resolved();
 }
@@ -59,6 +63,8 @@ int main(int argc, char** argv)
 
     const SynthHisd visible = quarters(visibleBand);
     visible.write(folder + "visible.dat");
+    SynthGvar{}.write(folder + "gvar.dat");
+    SynthNative{.channels = {3, 8}}.write(folder + "native.dat");
 
     std::ofstream expected(folder + "expected.txt");
     expected << std::setprecision(9);

@@ -29,6 +29,10 @@ CELLS = [(round((60 - lat) / 2), round((lon - 80) / 2.5)) for lon, lat in PLACES
 LIMB = (0, 60)  # 230 E, 60 N
 
 
+def shape(plane):
+    return len(plane), len(plane[0])
+
+
 class Records(unittest.TestCase):
     def test_records_lie_as_the_compiler_lays_them_out(self):
         records = (nimbl.NbPointInfo, nimbl.NbZoomRect, nimbl.NbProjPara, nimbl.NbSatObject)
@@ -93,6 +97,25 @@ class Images(unittest.TestCase):
             whole = image.read("B13_T")
             self.assertEqual((len(whole), len(whole[0])), (110, 110))
             self.assertAlmostEqual(float(whole[80][80]), KELVIN[3], places=3)
+
+    def test_whole_image_has_the_size_of_its_channel(self):
+        with nimbl.open(SCENES / "gvar.dat") as image:
+            for element in ("VIS", "VIS_A", "IR1", "IR3_T", "3", "3_T"):
+                whole = image.read(element)
+                record = image._first()
+                self.assertEqual(shape(whole), (record.lineNum, record.pixelNum), element)
+                # Of the last line rectangles of values have none.
+                last = image.read(element, pixel=record.pixelNum - 1, line=record.lineNum - 2)
+                self.assertEqual(whole[-2][-1], last)
+        with nimbl.open(SCENES / "native.dat") as image:
+            self.assertEqual([c.number for c in image.channels()], [3, 8])
+            for channel in image.channels():
+                self.assertEqual(shape(image.read(channel.name)), (channel.lines, channel.pixels))
+
+    def test_counts_off_the_scan_are_missing(self):
+        with nimbl.open(INFRARED) as image:
+            for element in ("B13", "B13_T"):
+                self.assertTrue(math.isnan(image.read(element, rect=(2, 0, 1, 1))[0][0]), element)
 
     def test_project_puts_each_quarter_in_its_place(self):
         grid = nimbl.Map("grid", **SETUP)
