@@ -85,12 +85,13 @@ bool copyRest(std::FILE* in, const std::string& path)
     return std::ferror(in) == 0 && std::fflush(out.get()) == 0;
 }
 
-void limit(decltype(RLIMIT_CORE) what, rlim_t most)
+// `slack`: from the limit that has a signal of its own to the one that kills.
+void limit(decltype(RLIMIT_CORE) what, rlim_t most, rlim_t slack = 0)
 {
     rlimit value = {};
     getrlimit(what, &value);
-    value.rlim_max = std::min(value.rlim_max, most);
-    value.rlim_cur = value.rlim_max;
+    value.rlim_max = std::min(value.rlim_max, most + slack);
+    value.rlim_cur = std::min(value.rlim_max, most);
     setrlimit(what, &value);
 }
 
@@ -119,7 +120,7 @@ bool run(const std::string& tool, const std::string& stem, std::int64_t mostByte
         std::signal(SIGXFSZ, SIG_DFL);
         std::signal(SIGPIPE, SIG_DFL);
         limit(RLIMIT_CORE, 0);
-        limit(RLIMIT_CPU, mostSeconds);
+        limit(RLIMIT_CPU, mostSeconds, 60);
         limit(RLIMIT_FSIZE, static_cast<rlim_t>(mostBytes));
         execv(program.c_str(), arguments);
         _exit(127);
