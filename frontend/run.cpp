@@ -28,6 +28,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -90,14 +91,18 @@ int openInputs(const NbSettings& settings, NbInputs& inputs, Source& source)
         complain("%s: is an input file, another file expected for the output", output);
         return NB_RUN_OUTPUT_OPEN;
     }
-    std::error_code none; // such an output cannot be told, or is not there
-    for (const std::string& read : {settings.setupName, settings.tableName.value_or("")})
-        if (std::filesystem::is_regular_file(settings.outputName, none) &&
-            isInputFile(output, read, read)) {
-            complain("%s: is read as %s, another file expected for the output", output,
-                     read == settings.setupName ? "the setup file" : "the table file");
+    const std::pair<const char*, std::string> others[] = {
+        {"setup file", settings.setupName},
+        {"table file", settings.tableName.value_or("")},
+        {"shift file", settings.shiftName.value_or("")}};
+    for (const auto& [what, name] : others) {
+        std::error_code none; // of a name without a file
+        if (std::filesystem::is_regular_file(name, none) &&
+            std::filesystem::equivalent(name, settings.outputName, none)) {
+            complain("%s: is the %s, another file expected for the output", output, what);
             return NB_RUN_OUTPUT_OPEN;
         }
+    }
     return inputs.open(names);
 }
 

@@ -256,15 +256,19 @@ TEST_F(OutputFile, AnInputIsRefusedByWhateverName)
             << script << result.err;
         EXPECT_EQ(readFile(dir / "ir"), before) << script;
     }
-    writeText(dir / "map", "STDLON 120\n");
-    for (const char* const option : {"-q", "-t="}) {
-        const std::string last = option[1] == 't' ? "none" : "map";
-        const ProgramResult result = nimbex(
-            {option + (option[1] == 't' ? dir / "map" : ""), dir / "ir", dir / "map", dir / last});
+    writeText(dir / "map 1", "0 1\n");
+    for (const char* const option : {"setup", "-t=", "-h="}) {
+        const std::string map = dir / "map 1";
+        const bool isSetup = option[0] != '-';
+        const ProgramResult result =
+            nimbex({isSetup ? "-q" : option + map, dir / "ir", map, isSetup ? map : dir / "none"});
         EXPECT_EQ(result.status, NB_RUN_OUTPUT_OPEN) << result.err;
-        EXPECT_NE(result.err.find("map: is read as the "), std::string::npos) << result.err;
-        EXPECT_EQ(textAt(readFile(dir / "map"), 0, 99), "STDLON 120\n");
+        EXPECT_NE(result.err.find(": is the "), std::string::npos) << result.err;
+        EXPECT_EQ(textAt(readFile(map), 0, 99), "0 1\n");
     }
+    // A blank makes no list of a setup file's name.
+    EXPECT_EQ(nimbex({dir / "ir", dir / "grid", dir / "grid map"}).status, 0);
+    EXPECT_EQ(nimbex({dir / "ir", dir / "grid", dir / "grid map"}).status, 0);
 }
 
 } // namespace
