@@ -50,9 +50,9 @@ std::string folderOf(const std::string& path)
     return path.substr(0, path.rfind('/') + 1);
 }
 
-// The name at the end of a chain of symbolic links, whether or not there is a file. Empty for a
-// descriptor by name: its link reads like the name of a file, but leads to the open file itself.
-std::string followLinks(std::string path)
+} // namespace
+
+std::string nbpFollowLinks(std::string path)
 {
     constexpr int mostLinks = 40; // the system's own bound
     struct stat named {};
@@ -69,8 +69,6 @@ std::string followLinks(std::string path)
     return {};
 }
 
-} // namespace
-
 NbFileFault NbWholeFile::open(const std::string& path)
 {
     path_ = path;
@@ -84,7 +82,7 @@ NbFileFault NbWholeFile::open(const std::string& path)
         // A file that may not be written may not be replaced either.
         if (replaces_ && faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0)
             return fail(NbFileFault::Open);
-        place_ = followLinks(path);
+        place_ = nbpFollowLinks(path);
         errno = 0;
         if (!place_.empty() && openBeside(folderOf(place_), replaces_ ? 0600 : 0666))
             return NbFileFault::None;

@@ -33,6 +33,12 @@ enum class NbFileFault {
     Replace, // nor can the old one be written directly
 };
 
+/**
+ * The name at the end of a chain of symbolic links, whether or not there is a file. Empty for a
+ * descriptor by name: its link reads like the name of a file, but leads to the open file itself.
+ */
+std::string nbpFollowLinks(std::string path);
+
 class NbWholeFile {
 public:
     NbWholeFile() = default;

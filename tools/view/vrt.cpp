@@ -111,16 +111,12 @@ std::string valueBand(const GridFile& grid, const std::string& ownName)
            "  </ComplexSource>\n</VRTRasterBand>\n";
 }
 
-// Where a file to be written will lie: a symbolic link stays, and its target is written, whether or
-// not there is one yet. GDAL follows the link too before it looks for a dataset's files.
+// Where a file to be written will lie: a symbolic link stays, and its target is written. GDAL
+// follows the link too before it looks for a dataset's files.
 fs::path placeOf(const std::string& output)
 {
-    constexpr int mostLinks = 40; // the system's own bound
-    std::error_code none;
-    fs::path place = fs::absolute(output);
-    for (int i = 0; i < mostLinks && fs::is_symlink(place, none); ++i)
-        place = place.parent_path() / fs::read_symlink(place, none);
-    return place;
+    const std::string place = nbpFollowLinks(output);
+    return fs::absolute(place.empty() ? output : place);
 }
 
 int run(const CommandLine& line)
