@@ -43,7 +43,7 @@ enum NbOverlapMode {
  * @param ownerOut  xNum x yNum bytes or null: objectIndex of the object that gave the cell, or
  *                  255
  * @return 0 or a positive count; negative on failure (logged), also for an element of several
- *         values per pixel, and with a mode above 0 for more than 254 objects
+ *         values per pixel, and for more than 254 objects to merge or to crop
  */
 int nbSatGetI2ProjData(NbSatObject* object, NbProjPara* proj, int16_t* out, int mode, int infoSel,
                        double* infoOut, uint8_t* ownerOut);
