@@ -475,6 +475,8 @@ TEST(ProjDataZoom, CellsOffTheImageAreMissing)
         EXPECT_EQ(merged.out[at], count) << x << ", " << y;
         EXPECT_EQ(merged.owner[at], owner) << x << ", " << y;
     }
+    for (NbSatObject& object : objects)
+        nbSatCloseObject(&object);
 }
 
 TEST(ProjData, InformationNeedsNoOwnerPlane)
