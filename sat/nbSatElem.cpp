@@ -77,19 +77,18 @@ int nbSatGetChInfo(NbSatObject* object, int channel, int* pixels, int* lines, in
     return object->GetChInfo(object->privateData, channel, pixels, lines, levels, name);
 }
 
-int nbSatSetElements(NbSatObject* object, const char* given, int* pixels, int* lines, int* levels,
+int nbSatSetElements(NbSatObject* object, const char* name, int* pixels, int* lines, int* levels,
                      float* errorValue)
 {
-    // `given` may be the text of one of the objects, which goes while the list is walked.
+    // `name` may be the text of one of the objects, which goes while the list is walked.
     const std::unique_ptr<char, NbUtlFreer> kept(
-        given != nullptr ? nbpSatCopyText(given, "nbSatSetElements()") : nullptr);
-    const char* const name = kept.get();
+        name != nullptr ? nbpSatCopyText(name, "nbSatSetElements()") : nullptr);
     int result = -1;
     std::size_t i = 0;
     for (NbSatObject& one : nbpSatLinked(object)) {
         const std::size_t at = i++;
         std::unique_ptr<char, NbUtlFreer> copy(
-            name != nullptr ? nbpSatCopyText(name, "nbSatSetElements()") : nullptr);
+            kept ? nbpSatCopyText(kept.get(), "nbSatSetElements()") : nullptr);
         int code = -1;
         // A name that there is no room for is refused, and the driver's selection goes with the
         // object's: they have to agree about the values per pixel.
@@ -106,7 +105,7 @@ int nbSatSetElements(NbSatObject* object, const char* given, int* pixels, int* l
         // interpolated values of the second element are then those of the first one's table. A
         // fresh table would change the results of every run that interpolates two elements.
         if (one.intpMethod > 0 && code / 10000 != 1 && one.intpTable == nullptr &&
-            nbSatGetIntpTbl(&one, name, &levels[at]) != 0) {
+            nbSatGetIntpTbl(&one, kept.get(), &levels[at]) != 0) {
             std::fprintf(stderr, "%s : テーブル作成に失敗しました \n", "nbSatSetElements()");
             std::fprintf(stderr, "正常に内挿が行えないおそれがあります \n");
         }
@@ -122,7 +121,7 @@ int nbSatSetElements(NbSatObject* object, const char* given, int* pixels, int* l
     }
     if (result < 0)
         nbpLogError("%s : bad elementName '%s' <%d>\n", "nbSatSetElements()",
-                    name != nullptr ? name : "", result);
+                    kept ? kept.get() : "", result);
     return result;
 }
 
